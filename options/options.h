@@ -1,0 +1,19 @@
+// Placeholder for the option block; replaced by the generated block of the
+// option table. Members are named exactly as the options.
+#pragma once
+#include <string>
+
+struct MXL_context;
+
+struct MxOptionBlock {
+  int algorithm = 0;
+  int bar_linsys_storage = -1;
+  int blasoption = -1;
+  int cg_precond = 0;
+  int debug = 0;
+  int hessopt = 0;
+  int linsolver = 0;
+  int outlev = 2;
+};
+
+inline void mxl_reset_params_to_defaults(MXL_context *) {}
