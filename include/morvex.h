@@ -165,6 +165,268 @@ MX_EXPORT int MX_get_release(const int length, char *const buffer);
 
 /* @@MODEL-CALLS@@ */
 
+/* ------------------------------------------------------------------------
+ * Model size
+ * ---------------------------------------------------------------------- */
+
+/* Add nV variables (nC constraints, nR residuals). On return indexVars, when
+ * not NULL, holds the new indices: the old count and up. A count of 0 only
+ * marks the family as added. Residuals cannot be added after a solve. */
+MX_EXPORT int MX_add_vars(MX_context_ptr kc, const int nV, int *const indexVars);
+MX_EXPORT int MX_add_var(MX_context_ptr kc, int *const indexVar);
+MX_EXPORT int MX_add_cons(MX_context_ptr kc, const int nC, int *const indexCons);
+MX_EXPORT int MX_add_con(MX_context_ptr kc, int *const indexCon);
+MX_EXPORT int MX_add_rsds(MX_context_ptr kc, const int nR, int *const indexRsds);
+MX_EXPORT int MX_add_rsd(MX_context_ptr kc, int *const indexRsd);
+
+
+/* ------------------------------------------------------------------------
+ * Variables
+ *
+ * Each family has three forms: the base form with a count, an index array and
+ * a value array; the _all form with one value per variable; the single form.
+ * A bad count, pointer, index or value is fatal for the context (-515 after).
+ * ---------------------------------------------------------------------- */
+
+/* Bounds; non-finite values are refused (-514). Fixed bounds set both. */
+MX_EXPORT int MX_set_var_lobnds(MX_context_ptr kc, const int nV, const int *indexVars, const double *xLoBnds);
+MX_EXPORT int MX_set_var_lobnds_all(MX_context_ptr kc, const double *xLoBnds);
+MX_EXPORT int MX_set_var_lobnd(MX_context_ptr kc, const int indexVar, const double xLoBnd);
+
+MX_EXPORT int MX_set_var_upbnds(MX_context_ptr kc, const int nV, const int *indexVars, const double *xUpBnds);
+MX_EXPORT int MX_set_var_upbnds_all(MX_context_ptr kc, const double *xUpBnds);
+MX_EXPORT int MX_set_var_upbnd(MX_context_ptr kc, const int indexVar, const double xUpBnd);
+
+MX_EXPORT int MX_set_var_fxbnds(MX_context_ptr kc, const int nV, const int *indexVars, const double *xFxBnds);
+MX_EXPORT int MX_set_var_fxbnds_all(MX_context_ptr kc, const double *xFxBnds);
+MX_EXPORT int MX_set_var_fxbnd(MX_context_ptr kc, const int indexVar, const double xFxBnd);
+
+/* Types MX_VARTYPE_*; binary also sets the bounds to [0, 1]. */
+MX_EXPORT int MX_set_var_types(MX_context_ptr kc, const int nV, const int *indexVars, const int *xTypes);
+MX_EXPORT int MX_set_var_types_all(MX_context_ptr kc, const int *xTypes);
+MX_EXPORT int MX_set_var_type(MX_context_ptr kc, const int indexVar, const int xType);
+
+/* Properties (MX_VAR_LINEAR); not allowed after a solve. */
+MX_EXPORT int MX_set_var_properties(MX_context_ptr kc, const int nV, const int *indexVars, const int *varProperties);
+MX_EXPORT int MX_set_var_properties_all(MX_context_ptr kc, const int *varProperties);
+MX_EXPORT int MX_set_var_property(MX_context_ptr kc, const int indexVar, const int varProperty);
+
+/* Initial primal values; non-finite entries are skipped with a warning. */
+MX_EXPORT int MX_set_var_primal_init_values(MX_context_ptr kc, const int nV, const int *indexVars, const double *xInitVals);
+MX_EXPORT int MX_set_var_primal_init_values_all(MX_context_ptr kc, const double *xInitVals);
+MX_EXPORT int MX_set_var_primal_init_value(MX_context_ptr kc, const int indexVar, const double xInitVal);
+
+/* Initial multipliers of the bounds. */
+MX_EXPORT int MX_set_var_dual_init_values(MX_context_ptr kc, const int nV, const int *indexVars, const double *lambdaInitVals);
+MX_EXPORT int MX_set_var_dual_init_values_all(MX_context_ptr kc, const double *lambdaInitVals);
+MX_EXPORT int MX_set_var_dual_init_value(MX_context_ptr kc, const int indexVar, const double lambdaInitVal);
+
+/* Feasibility tolerances of the bounds. */
+MX_EXPORT int MX_set_var_feastols(MX_context_ptr kc, const int nV, const int *indexVars, const double *xFeasTols);
+MX_EXPORT int MX_set_var_feastols_all(MX_context_ptr kc, const double *xFeasTols);
+MX_EXPORT int MX_set_var_feastol(MX_context_ptr kc, const int indexVar, const double xFeasTol);
+
+/* Honor-bound flags MX_HONORBNDS_NO, _ALWAYS, _INITPT. */
+MX_EXPORT int MX_set_var_honorbnds(MX_context_ptr kc, const int nV, const int *indexVars, const int *honorBnds);
+MX_EXPORT int MX_set_var_honorbnds_all(MX_context_ptr kc, const int *honorBnds);
+MX_EXPORT int MX_set_var_honorbnd(MX_context_ptr kc, const int indexVar, const int honorBnd);
+
+/* Scalings x = factor * xs + center; either array may be NULL, not both.
+ * A non-positive factor is replaced by 1.0 with a warning. */
+MX_EXPORT int MX_set_var_scalings(MX_context_ptr kc, const int nV, const int *indexVars, const double *xScaleFactors, const double *xScaleCenters);
+MX_EXPORT int MX_set_var_scalings_all(MX_context_ptr kc, const double *xScaleFactors, const double *xScaleCenters);
+MX_EXPORT int MX_set_var_scaling(MX_context_ptr kc, const int indexVar, const double xScaleFactor, const double xScaleCenter);
+
+/* Names; each string is copied. */
+MX_EXPORT int MX_set_var_names(MX_context_ptr kc, const int nV, const int *indexVars, char *const xNames[]);
+MX_EXPORT int MX_set_var_names_all(MX_context_ptr kc, char *const xNames[]);
+MX_EXPORT int MX_set_var_name(MX_context_ptr kc, const int indexVar, char *const xName);
+
+
+/* ------------------------------------------------------------------------
+ * Constraints
+ * ---------------------------------------------------------------------- */
+
+/* Bounds; non-finite values are refused (-513). Equality bounds set both. */
+MX_EXPORT int MX_set_con_lobnds(MX_context_ptr kc, const int nC, const int *indexCons, const double *cLoBnds);
+MX_EXPORT int MX_set_con_lobnds_all(MX_context_ptr kc, const double *cLoBnds);
+MX_EXPORT int MX_set_con_lobnd(MX_context_ptr kc, const int indexCon, const double cLoBnd);
+
+MX_EXPORT int MX_set_con_upbnds(MX_context_ptr kc, const int nC, const int *indexCons, const double *cUpBnds);
+MX_EXPORT int MX_set_con_upbnds_all(MX_context_ptr kc, const double *cUpBnds);
+MX_EXPORT int MX_set_con_upbnd(MX_context_ptr kc, const int indexCon, const double cUpBnd);
+
+MX_EXPORT int MX_set_con_eqbnds(MX_context_ptr kc, const int nC, const int *indexCons, const double *cEqBnds);
+MX_EXPORT int MX_set_con_eqbnds_all(MX_context_ptr kc, const double *cEqBnds);
+MX_EXPORT int MX_set_con_eqbnd(MX_context_ptr kc, const int indexCon, const double cEqBnd);
+
+/* Initial multipliers. */
+MX_EXPORT int MX_set_con_dual_init_values(MX_context_ptr kc, const int nC, const int *indexCons, const double *lambdaInitVals);
+MX_EXPORT int MX_set_con_dual_init_values_all(MX_context_ptr kc, const double *lambdaInitVals);
+MX_EXPORT int MX_set_con_dual_init_value(MX_context_ptr kc, const int indexCon, const double lambdaInitVal);
+
+/* Feasibility tolerances. */
+MX_EXPORT int MX_set_con_feastols(MX_context_ptr kc, const int nC, const int *indexCons, const double *cFeasTols);
+MX_EXPORT int MX_set_con_feastols_all(MX_context_ptr kc, const double *cFeasTols);
+MX_EXPORT int MX_set_con_feastol(MX_context_ptr kc, const int indexCon, const double cFeasTol);
+
+/* Scale factors; a non-positive factor is ignored with a warning. */
+MX_EXPORT int MX_set_con_scalings(MX_context_ptr kc, const int nC, const int *indexCons, const double *cScaleFactors);
+MX_EXPORT int MX_set_con_scalings_all(MX_context_ptr kc, const double *cScaleFactors);
+MX_EXPORT int MX_set_con_scaling(MX_context_ptr kc, const int indexCon, const double cScaleFactor);
+
+/* Honor-bound flags 0 or 1. */
+MX_EXPORT int MX_set_con_honorbnds(MX_context_ptr kc, const int nC, const int *indexCons, const int *honorBnds);
+MX_EXPORT int MX_set_con_honorbnds_all(MX_context_ptr kc, const int *honorBnds);
+MX_EXPORT int MX_set_con_honorbnd(MX_context_ptr kc, const int indexCon, const int honorBnd);
+
+/* Properties: bit MX_CON_CONVEX or MX_CON_NONCONVEX; not after a solve. */
+MX_EXPORT int MX_set_con_properties(MX_context_ptr kc, const int nC, const int *indexCons, const int *cProperties);
+MX_EXPORT int MX_set_con_properties_all(MX_context_ptr kc, const int *cProperties);
+MX_EXPORT int MX_set_con_property(MX_context_ptr kc, const int indexCon, const int cProperty);
+
+/* Names; each string is copied. */
+MX_EXPORT int MX_set_con_names(MX_context_ptr kc, const int nC, const int *indexCons, char *const cNames[]);
+MX_EXPORT int MX_set_con_names_all(MX_context_ptr kc, char *const cNames[]);
+MX_EXPORT int MX_set_con_name(MX_context_ptr kc, const int indexCon, char *const cName);
+
+
+/* ------------------------------------------------------------------------
+ * Constants
+ *
+ * Added at once before the first solve. After a solve, additions, deletions
+ * and changes are kept pending and take effect at the next solve; delete and
+ * change calls are allowed only after a solve.
+ * ---------------------------------------------------------------------- */
+
+/* Constraint constants c(x) + constant. */
+MX_EXPORT int MX_add_con_constants(MX_context_ptr kc, const int nC, const int *indexCons, const double *constants);
+MX_EXPORT int MX_add_con_constants_all(MX_context_ptr kc, const double *constants);
+MX_EXPORT int MX_add_con_constant(MX_context_ptr kc, const int indexCon, const double constant);
+
+MX_EXPORT int MX_chg_con_constants(MX_context_ptr kc, const int nC, const int *indexCons, const double *constants);
+MX_EXPORT int MX_chg_con_constants_all(MX_context_ptr kc, const double *constants);
+MX_EXPORT int MX_chg_con_constant(MX_context_ptr kc, const int indexCon, const double constant);
+
+MX_EXPORT int MX_del_con_constants(MX_context_ptr kc, const int nC, const int *indexCons);
+MX_EXPORT int MX_del_con_constants_all(MX_context_ptr kc);
+MX_EXPORT int MX_del_con_constant(MX_context_ptr kc, const int indexCon);
+
+/* Residual constants, always added at once. */
+MX_EXPORT int MX_add_rsd_constants(MX_context_ptr kc, const int nR, const int *indexRsds, const double *constants);
+MX_EXPORT int MX_add_rsd_constants_all(MX_context_ptr kc, const double *constants);
+MX_EXPORT int MX_add_rsd_constant(MX_context_ptr kc, const int indexRsd, const double constant);
+
+
+/* ------------------------------------------------------------------------
+ * Complementarity
+ * ---------------------------------------------------------------------- */
+
+/* Declares all pairs at once (only one call): x1 >= 0, x2 >= 0, x1 * x2 = 0,
+ * type MX_CCTYPE_VAR; each variable in at most one pair. The list is checked
+ * whole before anything is stored. */
+MX_EXPORT int MX_set_compcons(MX_context_ptr kc, const int nCC, const int *ccTypes, const int *indexComps1, const int *indexComps2);
+
+/* Feasibility tolerances of the pairs. */
+MX_EXPORT int MX_set_compcon_feastols(MX_context_ptr kc, const int nCC, const int *indexCompCons, const double *ccFeasTols);
+MX_EXPORT int MX_set_compcon_feastols_all(MX_context_ptr kc, const double *ccFeasTols);
+MX_EXPORT int MX_set_compcon_feastol(MX_context_ptr kc, const int indexCompCon, const double ccFeasTol);
+
+/* Scale factors of the pairs. */
+MX_EXPORT int MX_set_compcon_scalings(MX_context_ptr kc, const int nCC, const int *indexCompCons, const double *ccScaleFactors);
+MX_EXPORT int MX_set_compcon_scalings_all(MX_context_ptr kc, const double *ccScaleFactors);
+MX_EXPORT int MX_set_compcon_scaling(MX_context_ptr kc, const int indexCompCon, const double ccScaleFactor);
+
+MX_EXPORT int MX_set_compcon_names(MX_context_ptr kc, const int nCC, const int *indexCompCons, char *const ccNames[]);
+MX_EXPORT int MX_set_compcon_names_all(MX_context_ptr kc, char *const ccNames[]);
+MX_EXPORT int MX_set_compcon_name(MX_context_ptr kc, const int indexCompCon, char *const ccName);
+
+
+/* ------------------------------------------------------------------------
+ * Objective
+ * ---------------------------------------------------------------------- */
+
+/* MX_OBJGOAL_MINIMIZE or MX_OBJGOAL_MAXIMIZE. */
+MX_EXPORT int MX_set_obj_goal(MX_context_ptr kc, const int objGoal);
+/* MX_OBJ_CONVEX or MX_OBJ_NONCONVEX; not after a solve. */
+MX_EXPORT int MX_set_obj_property(MX_context_ptr kc, const int objProperty);
+/* Constant term; delete and change only after a solve. */
+MX_EXPORT int MX_add_obj_constant(MX_context_ptr kc, const double constant);
+MX_EXPORT int MX_del_obj_constant(MX_context_ptr kc);
+MX_EXPORT int MX_chg_obj_constant(MX_context_ptr kc, const double constant);
+/* Scale factor; a non-positive value means the default. */
+MX_EXPORT int MX_set_obj_scaling(MX_context_ptr kc, const double objScaleFactor);
+MX_EXPORT int MX_set_obj_name(MX_context_ptr kc, const char *const objName);
+
+
+/* ------------------------------------------------------------------------
+ * Mixed-integer settings
+ * ---------------------------------------------------------------------- */
+
+/* Start values for the mixed-integer solver. */
+MX_EXPORT int MX_set_mip_var_primal_init_values(MX_context_ptr kc, const int nV, const int *indexVars, const double *xInitVals);
+MX_EXPORT int MX_set_mip_var_primal_init_values_all(MX_context_ptr kc, const double *xInitVals);
+MX_EXPORT int MX_set_mip_var_primal_init_value(MX_context_ptr kc, const int indexVar, const double xInitVal);
+
+/* Branching priorities: at least 1 for integer, above 0 for binary
+ * variables; other values and continuous variables get 0. */
+MX_EXPORT int MX_set_mip_branching_priorities(MX_context_ptr kc, const int nV, const int *indexVars, const int *xPriorities);
+MX_EXPORT int MX_set_mip_branching_priorities_all(MX_context_ptr kc, const int *xPriorities);
+MX_EXPORT int MX_set_mip_branching_priority(MX_context_ptr kc, const int indexVar, const int xPriority);
+
+/* Strategies MX_MIP_INTVAR_STRATEGY_* of integer variables. */
+MX_EXPORT int MX_set_mip_intvar_strategies(MX_context_ptr kc, const int nV, const int *indexVars, const int *xStrategies);
+MX_EXPORT int MX_set_mip_intvar_strategies_all(MX_context_ptr kc, const int *xStrategies);
+MX_EXPORT int MX_set_mip_intvar_strategy(MX_context_ptr kc, const int indexVar, const int xStrategy);
+
+
+/* ------------------------------------------------------------------------
+ * Reading the model
+ *
+ * Getters report what was stored. A bad argument returns its code but does
+ * not poison the context.
+ * ---------------------------------------------------------------------- */
+
+MX_EXPORT int MX_get_number_vars(MX_context_ptr kc, int *const n);
+MX_EXPORT int MX_get_number_cons(MX_context_ptr kc, int *const n);
+MX_EXPORT int MX_get_number_rsds(MX_context_ptr kc, int *const n);
+MX_EXPORT int MX_get_number_compcons(MX_context_ptr kc, int *const n);
+MX_EXPORT int MX_get_obj_type(MX_context_ptr kc, int *const objType);
+
+MX_EXPORT int MX_get_var_lobnds(MX_context_ptr kc, const int nV, const int *indexVars, double *xLoBnds);
+MX_EXPORT int MX_get_var_lobnds_all(MX_context_ptr kc, double *xLoBnds);
+MX_EXPORT int MX_get_var_lobnd(MX_context_ptr kc, const int indexVar, double *xLoBnd);
+MX_EXPORT int MX_get_var_upbnds(MX_context_ptr kc, const int nV, const int *indexVars, double *xUpBnds);
+MX_EXPORT int MX_get_var_upbnds_all(MX_context_ptr kc, double *xUpBnds);
+MX_EXPORT int MX_get_var_upbnd(MX_context_ptr kc, const int indexVar, double *xUpBnd);
+MX_EXPORT int MX_get_var_fxbnds(MX_context_ptr kc, const int nV, const int *indexVars, double *xFxBnds);
+MX_EXPORT int MX_get_var_fxbnds_all(MX_context_ptr kc, double *xFxBnds);
+MX_EXPORT int MX_get_var_fxbnd(MX_context_ptr kc, const int indexVar, double *xFxBnd);
+MX_EXPORT int MX_get_var_types(MX_context_ptr kc, const int nV, const int *indexVars, int *xTypes);
+MX_EXPORT int MX_get_var_types_all(MX_context_ptr kc, int *xTypes);
+MX_EXPORT int MX_get_var_type(MX_context_ptr kc, const int indexVar, int *xType);
+MX_EXPORT int MX_get_con_lobnds(MX_context_ptr kc, const int nC, const int *indexCons, double *cLoBnds);
+MX_EXPORT int MX_get_con_lobnds_all(MX_context_ptr kc, double *cLoBnds);
+MX_EXPORT int MX_get_con_lobnd(MX_context_ptr kc, const int indexCon, double *cLoBnd);
+MX_EXPORT int MX_get_con_upbnds(MX_context_ptr kc, const int nC, const int *indexCons, double *cUpBnds);
+MX_EXPORT int MX_get_con_upbnds_all(MX_context_ptr kc, double *cUpBnds);
+MX_EXPORT int MX_get_con_upbnd(MX_context_ptr kc, const int indexCon, double *cUpBnd);
+MX_EXPORT int MX_get_con_eqbnds(MX_context_ptr kc, const int nC, const int *indexCons, double *cEqBnds);
+MX_EXPORT int MX_get_con_eqbnds_all(MX_context_ptr kc, double *cEqBnds);
+MX_EXPORT int MX_get_con_eqbnd(MX_context_ptr kc, const int indexCon, double *cEqBnd);
+MX_EXPORT int MX_get_con_types(MX_context_ptr kc, const int nC, const int *indexCons, int *cTypes);
+MX_EXPORT int MX_get_con_types_all(MX_context_ptr kc, int *cTypes);
+MX_EXPORT int MX_get_con_type(MX_context_ptr kc, const int indexCon, int *cType);
+
+/* Names into caller buffers of bufferSize characters each. Without any
+ * name set, returns 0 and leaves the buffers as they are. */
+MX_EXPORT int MX_get_var_names(MX_context_ptr kc, const int nV, const int *indexVars, const int bufferSize, char *const xNames[]);
+MX_EXPORT int MX_get_var_names_all(MX_context_ptr kc, const int bufferSize, char *const xNames[]);
+MX_EXPORT int MX_get_var_name(MX_context_ptr kc, const int indexVar, const int bufferSize, char *const xName);
+MX_EXPORT int MX_get_con_names(MX_context_ptr kc, const int nC, const int *indexCons, const int bufferSize, char *const cNames[]);
+MX_EXPORT int MX_get_con_names_all(MX_context_ptr kc, const int bufferSize, char *const cNames[]);
+MX_EXPORT int MX_get_con_name(MX_context_ptr kc, const int indexCon, const int bufferSize, char *const cName);
+
 #ifdef __cplusplus
 }
 #endif
