@@ -17,5 +17,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/MorvexConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/MorvexConfig.cmake
   ${PROJECT_BINARY_DIR}/MorvexConfigVersion.cmake DESTINATION ${MORVEX_CMAKE_DIR})
 
+# The pkg-config file locates the prefix from its own place, so that an
+# installed tree can be moved (or installed with --prefix) and still work.
+file(RELATIVE_PATH MORVEX_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" MORVEX_PC_TO_PREFIX "${MORVEX_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/morvex.pc.in ${PROJECT_BINARY_DIR}/morvex.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/morvex.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
