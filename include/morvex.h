@@ -163,6 +163,8 @@ MX_EXPORT int MX_get_release(const int length, char *const buffer);
 
 /* @@OPTION-CALLS@@ */
 
+/* @@STRUCTURE-CALLS@@ */
+
 /* @@MODEL-CALLS@@ */
 
 /* ------------------------------------------------------------------------

@@ -57,6 +57,7 @@ struct MXMOD {
   int numericGradModes = 0;
   int someGradExact = 1;
   MxConstantStore constants;
+  // Pattern summaries merged from the structures.
 
   explicit MXMOD(MXL_context *o);
   ~MXMOD();
@@ -182,6 +183,8 @@ struct MXL_context {
   MxCompData comp;
   MxObjective obj;
   std::vector<double> lambda;   // m + n: constraints first, then bounds
+
+  // Structure, patterns and evaluation state (merged model, callbacks).
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;
