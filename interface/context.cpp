@@ -34,7 +34,8 @@ MXL_context *mxl_new_basic(MX_puts *puts, void *userParams, void *reserved, int 
   MXL_context *ctx = new (std::nothrow) MXL_context();
   if (ctx != nullptr) {
     ctx->timers.reset(new (std::nothrow) MxTimers());
-    if (!ctx->timers) {
+    ctx->output.reset(new (std::nothrow) MxOutputState());
+    if (!ctx->timers || !ctx->output) {
       delete ctx;
       ctx = nullptr;
     }

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "driver/output.h"
 #include "morvex.h"
 #include "options/options.h"
 
@@ -140,6 +141,7 @@ struct MXL_context {
   MXL_context *rootContext = nullptr;
   int subproblemKind = 0;
   std::unique_ptr<MxTimers> timers;
+  std::unique_ptr<MxOutputState> output;
   std::unique_ptr<MXMOD> model;
   std::mutex mutex;
   MX_puts *putsCallback = nullptr;
