@@ -49,3 +49,6 @@ void printIter(MXL_context *ctx, int level, unsigned iteration, unsigned fCount,
 void printFinal(MXL_context *ctx, int code, const MxExitInfo &info, const MxSolveStats &stats,
                 int printStats);
 void printHints(MXL_context *ctx, int code, const MxProblemCounts &counts, const MxSolveStats &stats);
+
+// Writes the point to the new-point log when `newpoint` asks for it.
+void writeNewPoint(MXL_context *ctx, int iteration, double obj, const double *x, const double *lambda);

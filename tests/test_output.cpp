@@ -199,3 +199,45 @@ TEST_F(Output, HeadCountsBoundsAndConstraintKinds) {
 }
 
 }  // namespace
+
+#include <cjson/cJSON.h>
+
+#include "driver/debug_options.h"
+
+namespace {
+
+TEST_F(Output, NewPointLogRewritesOrAppends) {
+  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  const double x[2] = {1.0, 2.0}, lambda[3] = {0.5, 0.0, 0.0};
+  kc->opt.newpoint = 1;
+  writeNewPoint(kc, 1, 3.0, x, lambda);
+  writeNewPoint(kc, 2, 2.0, x, lambda);
+  std::string log = slurp("morvex_newpoint.log");
+  EXPECT_EQ(log.find("Iter=1"), std::string::npos);
+  EXPECT_NE(log.find("Iter=2, obj="), std::string::npos);
+  EXPECT_NE(log.find(", n=2, m=1\n"), std::string::npos);
+  kc->opt.newpoint = 2;
+  writeNewPoint(kc, 3, 1.0, x, lambda);
+  log = slurp("morvex_newpoint.log");
+  EXPECT_NE(log.find("Iter=2"), std::string::npos);
+  EXPECT_NE(log.find("Iter=3"), std::string::npos);
+  EXPECT_NE(log.find("X[1]=  2.00000000000e+00\nL[0]=  5.00000000000e-01\n"), std::string::npos);
+}
+
+TEST_F(Output, DebugOptionsFallBackToDefaultsAlongAnyMissingKey) {
+  { std::ofstream("dbg.json") << R"({"MIP": {"SolutionPathMorvex": "sol.txt", "Depth": 3, "Inner": {"Tol": 0.5}}})"; }
+  MxJson doc = mxReadDebugOptions(kc, "dbg.json");
+  ASSERT_TRUE(doc);
+  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "MIP", "SolutionPathMorvex", "none"), "sol.txt");
+  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "MIP", "SolutionPathMiplib", "none"), "none");
+  EXPECT_EQ(getDebugOptionIntValue2(doc.get(), "MIP", "Depth", 7), 3);
+  EXPECT_EQ(getDebugOptionIntValue3(doc.get(), "MIP", "Depth", "x", 7), 7);
+  EXPECT_EQ(getDebugOptionDoubleValue3(doc.get(), "MIP", "Inner", "Tol", 1.0), 0.5);
+  EXPECT_EQ(getDebugOptionDoubleValue1(nullptr, "MIP", 2.0), 2.0);
+  PrintCapture cap(kc);
+  EXPECT_FALSE(mxReadDebugOptions(kc, "absent.json"));
+  EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file 'absent.json' for input.\n");
+}
+
+}  // namespace
