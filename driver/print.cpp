@@ -48,3 +48,5 @@ void mxl_print_stderr(const char *fmt, ...) {
   std::vfprintf(stderr, fmt, ap);
   va_end(ap);
 }
+
+void mxl_output_option_changed(MXL_context *ctx) { (void)ctx; }
