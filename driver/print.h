@@ -10,6 +10,6 @@ void mxl_vprintf(MXL_context *ctx, const char *fmt, va_list ap);
 void mxl_print_stdout(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 void mxl_print_stderr(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 
-// Called after outlev or outmode was set, so that the print file follows
-// the new values.
+// Called, with the context lock held, after outlev or outmode was set, so
+// that the print file follows the new values.
 void mxl_output_option_changed(MXL_context *ctx);
