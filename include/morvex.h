@@ -405,7 +405,9 @@ MX_EXPORT int MX_get_release(const int length, char *const buffer);
 #define MX_PARAMTYPE_STRING  2
 #define MX_PARAMTYPE_ENUM    3
 
-/* Sets an integer or enum option. */
+/* Sets an integer or enum option. outlev above 6 is stored as 6 and outmode
+ * is kept within 0..2. Id 999, outside the table, sets the id that the
+ * multi-start report carries. */
 MX_EXPORT int MX_set_int_param(MX_context_ptr mx, int param_id, int value);
 /* Sets a double option. */
 MX_EXPORT int MX_set_double_param(MX_context_ptr mx, int param_id, double value);
