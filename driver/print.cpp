@@ -59,3 +59,4 @@ void mxl_print_stderr(const char *fmt, ...) {
   std::vfprintf(stderr, fmt, ap);
   va_end(ap);
 }
+

@@ -11,3 +11,5 @@ void mxl_output_option_changed(MXL_context *ctx);
 // Text that must reach the user even without a usable context (bad handle).
 void mxl_print_stdout(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
 void mxl_print_stderr(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
+
+// Called, with the context lock held, after outlev or outmode was set, so

@@ -160,8 +160,320 @@ MX_EXPORT int MXL_free(MXL_context_ptr *handle);
 MX_EXPORT int MX_get_release(const int length, char *const buffer);
 
 /* @@OPTION-IDS@@ */
+/* Option ids: MX_PARAM_ and the option name in upper case. The option
+ * table of the library refers to these numbers, so they are written only here. */
+#define MX_PARAM_ACT_LPALG                          1109
+#define MX_PARAM_ACT_LPDUMPMPS                      1108
+#define MX_PARAM_ACT_LPFEASTOL                      1098
+#define MX_PARAM_ACT_LPPENALTY                      1111
+#define MX_PARAM_ACT_LPPRESOLVE                     1110
+#define MX_PARAM_ACT_LPSOLVER                       1012
+#define MX_PARAM_ACT_PARAMETRIC                     1107
+#define MX_PARAM_ACT_QPALG                          1092
+#define MX_PARAM_ACT_QPPENALTY                      1128
+#define MX_PARAM_ALGORITHM                          1003
+#define MX_PARAM_BAR_CONIC_ENABLE                   1113
+#define MX_PARAM_BAR_DIRECTINTERVAL                 1058
+#define MX_PARAM_BAR_FEASIBLE                       1006
+#define MX_PARAM_BAR_FEASMODETOL                    1021
+#define MX_PARAM_BAR_GLOBALIZE                      1155
+#define MX_PARAM_BAR_INITMU                         1025
+#define MX_PARAM_BAR_INITPI_MPEC                    1093
+#define MX_PARAM_BAR_INITPT                         1009
+#define MX_PARAM_BAR_INITSHIFTTOL                   1132
+#define MX_PARAM_BAR_LINSYS                         1126
+#define MX_PARAM_BAR_LINSYS_STORAGE                 1129
+#define MX_PARAM_BAR_MAXCORRECTORS                  1117
+#define MX_PARAM_BAR_MAXCROSSIT                     1039
+#define MX_PARAM_BAR_MAXMU                          1154
+#define MX_PARAM_BAR_MAXREFACTOR                    1043
+#define MX_PARAM_BAR_MPEC_HEURISTIC                 1142
+#define MX_PARAM_BAR_MURULE                         1004
+#define MX_PARAM_BAR_PENALTYCONS                    1050
+#define MX_PARAM_BAR_PENALTYRULE                    1049
+#define MX_PARAM_BAR_REFINEMENT                     1079
+#define MX_PARAM_BAR_RELAXCONS                      1077
+#define MX_PARAM_BAR_SLACKBOUNDPUSH                 1102
+#define MX_PARAM_BAR_SWITCHOBJ                      1104
+#define MX_PARAM_BAR_SWITCHRULE                     1061
+#define MX_PARAM_BAR_WATCHDOG                       1089
+#define MX_PARAM_BFGS_SCALING                       1131
+#define MX_PARAM_BLAS_NUMTHREADS                    1135
+#define MX_PARAM_BLASOPTION                         1042
+#define MX_PARAM_BLASOPTIONLIB                      1045
+#define MX_PARAM_BNDRANGE                           1112
+#define MX_PARAM_CG_MAXIT                           1013
+#define MX_PARAM_CG_PMEM                            1103
+#define MX_PARAM_CG_PRECOND                         1041
+#define MX_PARAM_CG_STOPTOL                         1099
+#define MX_PARAM_CONCURRENT_EVALS                   1134
+#define MX_PARAM_CONIC_NUMTHREADS                   1138
+#define MX_PARAM_CONVEX                             1114
+#define MX_PARAM_CPLEXLIBNAME                       1048
+#define MX_PARAM_CPUPLATFORM                        1120
+#define MX_PARAM_DATACHECK                          1087
+#define MX_PARAM_DEBUG                              1031
+#define MX_PARAM_DEBUGOPTIONSNAME                   4011
+#define MX_PARAM_DELTA                              1020
+#define MX_PARAM_DERIVCHECK                         1080
+#define MX_PARAM_DERIVCHECK_TERMINATE               1088
+#define MX_PARAM_DERIVCHECK_TOL                     1082
+#define MX_PARAM_DERIVCHECK_TYPE                    1081
+#define MX_PARAM_EVAL_COST                          1159
+#define MX_PARAM_EVAL_FCGA                          1116
+#define MX_PARAM_FEASTOL                            1022
+#define MX_PARAM_FEASTOL_ABS                        1023
+#define MX_PARAM_FINDIFF_ESTNOISE                   1140
+#define MX_PARAM_FINDIFF_NUMTHREADS                 1141
+#define MX_PARAM_FINDIFF_RELSTEPSIZE                1123
+#define MX_PARAM_FINDIFF_TERMINATE                  1119
+#define MX_PARAM_FSTOPVAL                           1086
+#define MX_PARAM_FTOL                               1090
+#define MX_PARAM_FTOL_ITERS                         1091
+#define MX_PARAM_GRADOPT                            1007
+#define MX_PARAM_HESSIAN_NO_F                       1062
+#define MX_PARAM_HESSOPT                            1008
+#define MX_PARAM_HONORBNDS                          1002
+#define MX_PARAM_INFEASTOL                          1056
+#define MX_PARAM_INFEASTOL_ITERS                    1124
+#define MX_PARAM_INITPENALTY                        1097
+#define MX_PARAM_INITPT_STRATEGY                    1158
+#define MX_PARAM_LINESEARCH                         1095
+#define MX_PARAM_LINESEARCH_MAXTRIALS               1044
+#define MX_PARAM_LINSOLVER                          1057
+#define MX_PARAM_LINSOLVER_INEXACT                  1083
+#define MX_PARAM_LINSOLVER_INEXACTTOL               1084
+#define MX_PARAM_LINSOLVER_MAXITREF                 1130
+#define MX_PARAM_LINSOLVER_NODEAMALG                1145
+#define MX_PARAM_LINSOLVER_NUMTHREADS               1136
+#define MX_PARAM_LINSOLVER_OOC                      1076
+#define MX_PARAM_LINSOLVER_ORDERING                 1144
+#define MX_PARAM_LINSOLVER_PIVOTTOL                 1029
+#define MX_PARAM_LINSOLVER_SCALING                  1156
+#define MX_PARAM_LMSIZE                             1038
+#define MX_PARAM_MA_MAXTIME_CPU                     1064
+#define MX_PARAM_MA_MAXTIME_REAL                    1065
+#define MX_PARAM_MA_OUTSUB                          1067
+#define MX_PARAM_MA_TERMINATE                       1063
+#define MX_PARAM_MAXFEVALS                          1085
+#define MX_PARAM_MAXIT                              1014
+#define MX_PARAM_MAXTIME_CPU                        1024
+#define MX_PARAM_MAXTIME_REAL                       1040
+#define MX_PARAM_MIP_BRANCHRULE                     2002
+#define MX_PARAM_MIP_CLIQUE                         2038
+#define MX_PARAM_MIP_CUT_FLOWCOVER                  2053
+#define MX_PARAM_MIP_CUT_PROBING                    2052
+#define MX_PARAM_MIP_CUT_STRATEGY                   4007
+#define MX_PARAM_MIP_CUTFACTOR                      2035
+#define MX_PARAM_MIP_CUTOFF                         2044
+#define MX_PARAM_MIP_CUTTING_PLANE                  2043
+#define MX_PARAM_MIP_CUTTING_PLANE_RELTOL           4010
+#define MX_PARAM_MIP_DEBUG                          2013
+#define MX_PARAM_MIP_GOMORY                         2051
+#define MX_PARAM_MIP_GUB_BRANCH                     2015
+#define MX_PARAM_MIP_HEURISTIC                      2022
+#define MX_PARAM_MIP_HEURISTIC_DIVING               2042
+#define MX_PARAM_MIP_HEURISTIC_FEASPUMP             2040
+#define MX_PARAM_MIP_HEURISTIC_LNS                  2045
+#define MX_PARAM_MIP_HEURISTIC_LOCALSEARCH          2054
+#define MX_PARAM_MIP_HEURISTIC_MAXIT                2023
+#define MX_PARAM_MIP_HEURISTIC_MISQP                2049
+#define MX_PARAM_MIP_HEURISTIC_MPEC                 2041
+#define MX_PARAM_MIP_HEURISTIC_STRATEGY             2039
+#define MX_PARAM_MIP_HEURISTIC_TERMINATE            2033
+#define MX_PARAM_MIP_IMPLICATIONS                   2014
+#define MX_PARAM_MIP_INTEGER_TOL                    2009
+#define MX_PARAM_MIP_INTVAR_STRATEGY                2030
+#define MX_PARAM_MIP_KNAPSACK                       2016
+#define MX_PARAM_MIP_LIFTPROJECT                    2047
+#define MX_PARAM_MIP_LPALG                          2019
+#define MX_PARAM_MIP_MAXNODES                       2021
+#define MX_PARAM_MIP_MAXSEPCONS                     4005
+#define MX_PARAM_MIP_MAXSOLVES                      2008
+#define MX_PARAM_MIP_MAXTIME_CPU                    2006
+#define MX_PARAM_MIP_MAXTIME_REAL                   2007
+#define MX_PARAM_MIP_METHOD                         2001
+#define MX_PARAM_MIP_MIR                            2037
+#define MX_PARAM_MIP_MULTISTART                     2046
+#define MX_PARAM_MIP_NODEALG                        2032
+#define MX_PARAM_MIP_NUMTHREADS                     2048
+#define MX_PARAM_MIP_OPT_GAP_ABS                    2004
+#define MX_PARAM_MIP_OPT_GAP_REL                    2005
+#define MX_PARAM_MIP_OUTINTERVAL                    2011
+#define MX_PARAM_MIP_OUTLEVEL                       2010
+#define MX_PARAM_MIP_OUTSUB                         2012
+#define MX_PARAM_MIP_PSEUDOINIT                     2026
+#define MX_PARAM_MIP_RELAXABLE                      2031
+#define MX_PARAM_MIP_RESTART                        2050
+#define MX_PARAM_MIP_ROOTALG                        2018
+#define MX_PARAM_MIP_ROUNDING                       2017
+#define MX_PARAM_MIP_SELECTDIR                      2034
+#define MX_PARAM_MIP_SELECTRULE                     2003
+#define MX_PARAM_MIP_SKIPFACTOR                     4004
+#define MX_PARAM_MIP_STRONG_CANDLIM                 2028
+#define MX_PARAM_MIP_STRONG_LEVEL                   2029
+#define MX_PARAM_MIP_STRONG_MAXIT                   2027
+#define MX_PARAM_MIP_TERMINATE                      2020
+#define MX_PARAM_MIP_ZEROHALF                       2036
+#define MX_PARAM_MS_DETERMINISTIC                   1078
+#define MX_PARAM_MS_ENABLE                          1033
+#define MX_PARAM_MS_INITPT_CLUSTER                  1149
+#define MX_PARAM_MS_MAXBNDRANGE                     1035
+#define MX_PARAM_MS_MAXSOLVES                       1034
+#define MX_PARAM_MS_MAXTIME_CPU                     1036
+#define MX_PARAM_MS_MAXTIME_REAL                    1037
+#define MX_PARAM_MS_NUM_TO_SAVE                     1051
+#define MX_PARAM_MS_NUMTHREADS                      1137
+#define MX_PARAM_MS_OUTSUB                          1068
+#define MX_PARAM_MS_SAVETOL                         1052
+#define MX_PARAM_MS_SEED                            1066
+#define MX_PARAM_MS_STARTPTRANGE                    1055
+#define MX_PARAM_MS_TERMINATE                       1054
+#define MX_PARAM_MS_TERMINATERULE_TOL               1160
+#define MX_PARAM_NCVX_QCQP_INIT                     1139
+#define MX_PARAM_NEWPOINT                           1001
+#define MX_PARAM_NUMTHREADS                         1133
+#define MX_PARAM_OBJRANGE                           1026
+#define MX_PARAM_OPTTOL                             1027
+#define MX_PARAM_OPTTOL_ABS                         1028
+#define MX_PARAM_OUT_CSVINFO                        1096
+#define MX_PARAM_OUT_CSVNAME                        1106
+#define MX_PARAM_OUT_HINTS                          1115
+#define MX_PARAM_OUT_JSONINFO                       4008
+#define MX_PARAM_OUT_JSONNAME                       4009
+#define MX_PARAM_OUTAPPEND                          1046
+#define MX_PARAM_OUTDIR                             1047
+#define MX_PARAM_OUTLEV                             1015
+#define MX_PARAM_OUTMODE                            1016
+#define MX_PARAM_OUTNAME                            1105
+#define MX_PARAM_PRESOLVE                           1059
+#define MX_PARAM_PRESOLVE_DBG                       1053
+#define MX_PARAM_PRESOLVE_INITPT                    1127
+#define MX_PARAM_PRESOLVE_LEVEL                     1122
+#define MX_PARAM_PRESOLVE_PASSES                    1121
+#define MX_PARAM_PRESOLVE_TOL                       1060
+#define MX_PARAM_PRESOLVEOP_BIGM                    4012
+#define MX_PARAM_PRESOLVEOP_REDUNDANT               1143
+#define MX_PARAM_PRESOLVEOP_SUBSTITUTION            1146
+#define MX_PARAM_PRESOLVEOP_SUBSTITUTION_FILLIN     1157
+#define MX_PARAM_PRESOLVEOP_SUBSTITUTION_TOL        1147
+#define MX_PARAM_PRESOLVEOP_SUBSTITUTION_ZERO_TOL   1148
+#define MX_PARAM_PRESOLVEOP_TIGHTEN                 1125
+#define MX_PARAM_PRESOLVEOP_VARBND_ABS_MAX_VAL      1151
+#define MX_PARAM_PRESOLVEOP_VARBND_DROP_REDUNDANT   1152
+#define MX_PARAM_PRESOLVEOP_VARBND_REL_MIN_CHANGE   1150
+#define MX_PARAM_RESTARTS                           1100
+#define MX_PARAM_RESTARTS_MAXIT                     1101
+#define MX_PARAM_SCALE                              1017
+#define MX_PARAM_SCALE_VARS                         1153
+#define MX_PARAM_SIMPLEX_MAXIT                      4001
+#define MX_PARAM_SOC                                1019
+#define MX_PARAM_STRAT_WARM_START                   1118
+#define MX_PARAM_TUNER                              1070
+#define MX_PARAM_TUNER_MAXTIME_CPU                  1072
+#define MX_PARAM_TUNER_MAXTIME_REAL                 1073
+#define MX_PARAM_TUNER_OPTIONSFILE                  1071
+#define MX_PARAM_TUNER_OUTSUB                       1074
+#define MX_PARAM_TUNER_TERMINATE                    1075
+#define MX_PARAM_XPRESSLIBNAME                      1069
+#define MX_PARAM_XTOL                               1030
+#define MX_PARAM_XTOL_ITERS                         1094
+
+/* Old ids: accepted with a warning and mapped to the new option, except
+ * MX_PARAM_SHIFTINIT, which is refused with a warning. */
+#define MX_PARAM_PAR_NUMTHREADS                     3001
+#define MX_PARAM_PAR_CONCURRENT_EVALS               3002
+#define MX_PARAM_PAR_BLASNUMTHREADS                 3003
+#define MX_PARAM_PAR_LSNUMTHREADS                   3004
+#define MX_PARAM_PAR_MSNUMTHREADS                   3005
+#define MX_PARAM_PAR_CONICNUMTHREADS                3006
+#define MX_PARAM_SHIFTINIT                          1018
 
 /* @@OPTION-CALLS@@ */
+/* ------------------------------------------------------------------------
+ * Options
+ *
+ * Every option has an id (MX_PARAM_*), a name and a type. Setters store the
+ * value without a range test; an illegal value is reported when a solve
+ * starts. Setters return -515 with a warning while a solve runs in the
+ * context. Unknown ids and names, and a value of the wrong type, return
+ * -521. Text results are cut to bufferSize - 1 characters and terminated.
+ * Each MXL_ call is the same call for a context made by MXL_new.
+ * ---------------------------------------------------------------------- */
+#define MX_PARAMTYPE_INTEGER 0
+#define MX_PARAMTYPE_FLOAT   1
+#define MX_PARAMTYPE_STRING  2
+#define MX_PARAMTYPE_ENUM    3
+
+/* Sets an integer or enum option. outlev above 6 is stored as 6 and outmode
+ * is kept within 0..2. Id 999, outside the table, sets the id that the
+ * multi-start report carries. */
+MX_EXPORT int MX_set_int_param(MX_context_ptr mx, int param_id, int value);
+/* Sets a double option. */
+MX_EXPORT int MX_set_double_param(MX_context_ptr mx, int param_id, double value);
+/* Sets a string option to a copy of value; NULL or "" unsets it. */
+MX_EXPORT int MX_set_char_param(MX_context_ptr mx, int param_id, const char *value);
+/* Read the value of an integer or enum option, or of a double option. */
+MX_EXPORT int MX_get_int_param(MX_context_ptr mx, int param_id, int *value);
+MX_EXPORT int MX_get_double_param(MX_context_ptr mx, int param_id, double *value);
+
+/* The same by option name; old names are accepted in any case. */
+MX_EXPORT int MX_set_int_param_by_name(MX_context_ptr mx, const char *name, int value);
+MX_EXPORT int MX_set_double_param_by_name(MX_context_ptr mx, const char *name, double value);
+MX_EXPORT int MX_set_char_param_by_name(MX_context_ptr mx, const char *name, const char *value);
+MX_EXPORT int MX_get_int_param_by_name(MX_context_ptr mx, const char *name, int *value);
+MX_EXPORT int MX_get_double_param_by_name(MX_context_ptr mx, const char *name, double *value);
+/* Sets a numeric option of any type by name: the value is truncated to an
+ * integer for integer and enum options. */
+MX_EXPORT int MX_set_param_by_name(MX_context_ptr mx, const char *name, double value);
+
+/* The option name of an id. */
+MX_EXPORT int MX_get_param_name(MX_context_ptr mx, int param_id, char *buffer, int bufferSize);
+/* The one-line description of an option. */
+MX_EXPORT int MX_get_param_doc(MX_context_ptr mx, int param_id, char *buffer, int bufferSize);
+/* The type of an option, one of MX_PARAMTYPE_*. */
+MX_EXPORT int MX_get_param_type(MX_context_ptr mx, int param_id, int *param_type);
+/* The number of listed values of an enum option; 0 for other types. */
+MX_EXPORT int MX_get_num_param_values(MX_context_ptr mx, int param_id, int *num_values);
+/* "value (name): description" of one value of an enum option. */
+MX_EXPORT int MX_get_param_value_doc(MX_context_ptr mx, int param_id, int value,
+                                     char *buffer, int bufferSize);
+/* The same for the listed value at value_index, 0 <= value_index <
+ * MX_get_num_param_values(). */
+MX_EXPORT int MX_get_param_value_doc_from_index(MX_context_ptr mx, int param_id,
+                                                int value_index, char *buffer,
+                                                int bufferSize);
+/* The id of an option name (exact, lower case; old names with a warning). */
+MX_EXPORT int MX_get_param_id(MX_context_ptr mx, const char *name, int *param_id);
+/* The id of the option at param_index in name order, 0 <= param_index < 216;
+ * otherwise *param_id is -1 and the result -521. */
+MX_EXPORT int MX_get_param_id_from_index(MX_context_ptr mx, int param_index, int *param_id);
+/* Writes the description of all options as JSON to filename. */
+MX_EXPORT int MX_write_param_desc_file(MX_context_ptr mx, const char *filename);
+
+MX_EXPORT int MXL_set_int_param(MXL_context_ptr mx, int param_id, int value);
+MX_EXPORT int MXL_set_double_param(MXL_context_ptr mx, int param_id, double value);
+MX_EXPORT int MXL_set_char_param(MXL_context_ptr mx, int param_id, const char *value);
+MX_EXPORT int MXL_get_int_param(MXL_context_ptr mx, int param_id, int *value);
+MX_EXPORT int MXL_get_double_param(MXL_context_ptr mx, int param_id, double *value);
+MX_EXPORT int MXL_set_int_param_by_name(MXL_context_ptr mx, const char *name, int value);
+MX_EXPORT int MXL_set_double_param_by_name(MXL_context_ptr mx, const char *name, double value);
+MX_EXPORT int MXL_set_char_param_by_name(MXL_context_ptr mx, const char *name, const char *value);
+MX_EXPORT int MXL_get_int_param_by_name(MXL_context_ptr mx, const char *name, int *value);
+MX_EXPORT int MXL_get_double_param_by_name(MXL_context_ptr mx, const char *name, double *value);
+MX_EXPORT int MXL_set_param_by_name(MXL_context_ptr mx, const char *name, double value);
+MX_EXPORT int MXL_get_param_name(MXL_context_ptr mx, int param_id, char *buffer, int bufferSize);
+MX_EXPORT int MXL_get_param_doc(MXL_context_ptr mx, int param_id, char *buffer, int bufferSize);
+MX_EXPORT int MXL_get_param_type(MXL_context_ptr mx, int param_id, int *param_type);
+MX_EXPORT int MXL_get_num_param_values(MXL_context_ptr mx, int param_id, int *num_values);
+MX_EXPORT int MXL_get_param_value_doc(MXL_context_ptr mx, int param_id, int value,
+                                      char *buffer, int bufferSize);
+MX_EXPORT int MXL_get_param_value_doc_from_index(MXL_context_ptr mx, int param_id,
+                                                 int value_index, char *buffer,
+                                                 int bufferSize);
+MX_EXPORT int MXL_get_param_id(MXL_context_ptr mx, const char *name, int *param_id);
+MX_EXPORT int MXL_get_param_id_from_index(MXL_context_ptr mx, int param_index, int *param_id);
+MX_EXPORT int MXL_write_param_desc_file(MXL_context_ptr mx, const char *filename);
 
 /* @@STRUCTURE-CALLS@@ */
 

@@ -48,7 +48,7 @@ MXL_context *mxl_new_basic(MX_puts *puts, void *userParams, void *reserved, int 
   }
   ctx->putsCallback = puts;
   ctx->userParams = userParams;
-  mxl_reset_params_to_defaults(ctx);
+  MXL_reset_params_to_defaults(ctx);
   {
     MxLock lock(ctx->mutex);
     reset_nonuser_params_to_defaults(ctx);
@@ -85,6 +85,12 @@ MXL_context *MXL_new_puts_subproblem(MXL_context *parent, MX_puts *puts, void *p
   MXL_context *child = mxl_new_basic(puts, params, nullptr, &error);
   if (child == nullptr) return nullptr;
   child->subproblemKind = kind;
+  // The defaults were set before the kind was known; a node subproblem has
+  // its own run-time defaults.
+  for (int i = 0; i < getNbParamSpecs(); ++i) {
+    const MxParamSpec &row = getMorvexParamSpecifications()[i];
+    if (row.flags & MX_FLAG_RUNTIME_DEFAULT) resetParamToDefault(child, row);
+  }
   if (parent != nullptr) child->rootContext = parent->rootContext;
   return child;
 }
