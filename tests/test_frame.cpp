@@ -117,3 +117,29 @@ TEST(Subproblem, ChildCopiesTheModelAndRelaxesIntegers) {
   EXPECT_EQ(MX_free(&child), 0);
   EXPECT_EQ(MX_free(&parent), 0);
 }
+
+#include "interface/frame.h"
+
+// At debug level 2 every call announces itself, and while a solve runs a
+// change of the record behind the library's back is reported.
+TEST(DebugChecksum, WarnsWhenTheRecordChangesDuringASolve) {
+  MX_context_ptr kc = nullptr;
+  ASSERT_EQ(MX_new(&kc), 0);
+  ASSERT_EQ(MX_add_vars(kc, 3, nullptr), 0);
+  PrintCapture out(kc);
+  kc->opt.debug = 2;
+  int n = 0;
+  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
+  EXPECT_EQ(out.take(), "--- Debug: entered MX_get_number_vars, status=0\n");
+  kc->solveInProgress = 1;
+  kc->debugChecksum = computeDebugCheckSum(kc);
+  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
+  EXPECT_EQ(out.take(), "--- Debug: entered MX_get_number_vars, status=0\n");
+  kc->var.x[1] = 1234.0;  // an application writing through a stale pointer
+  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
+  EXPECT_EQ(out.take(),
+            "--- Debug: entered MX_get_number_vars, status=0\n"
+            "---   WARNING: MXL_context corrupted by application!\n");
+  kc->solveInProgress = 0;
+  EXPECT_EQ(MX_free(&kc), 0);
+}
