@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config git python3
-  libcjson-dev
+  libcjson-dev zlib1g-dev
   coinor-libclp-dev coinor-libosi-dev coinor-libcgl-dev coinor-libcoinutils-dev
   libmumps-seq-dev libmetis-dev
   libopenblas-dev liblapack-dev

@@ -1,0 +1,138 @@
+// Reading and writing MPS files: the conventions of the format, files in
+// the fixed layout, and the sample models that ship with the system.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "interface/mps_model.h"
+#include "mps_compare.h"
+
+namespace {
+
+std::string writeTemp(const std::string &text) {
+  char name[] = "/tmp/mxmpsXXXXXX";
+  const int fd = mkstemp(name);
+  EXPECT_GE(fd, 0);
+  std::FILE *f = fdopen(fd, "w");
+  std::fputs(text.c_str(), f);
+  std::fclose(f);
+  return name;
+}
+
+MpsModel readOk(const std::string &text) {
+  MpsModel m;
+  std::string err;
+  const std::string path = writeTemp(text);
+  EXPECT_TRUE(mpsRead(path, m, err)) << err;
+  std::remove(path.c_str());
+  return m;
+}
+
+std::string readError(const std::string &text) {
+  MpsModel m;
+  std::string err;
+  const std::string path = writeTemp(text);
+  EXPECT_FALSE(mpsRead(path, m, err));
+  std::remove(path.c_str());
+  return err;
+}
+
+const double kInf = 1.7976931348623157e308;
+
+TEST(MpsRead, BoundConventionsAndDefaults) {
+  const MpsModel m = readOk(
+      "NAME test\nROWS\n N obj\n E r1\n L r2\n G r3\nCOLUMNS\n"
+      "    MARKER 'MARKER' 'INTORG'\n    i1 obj 1 r1 1\n    i2 r2 1\n    MARKER 'MARKER' 'INTEND'\n"
+      "    x1 obj 2 r1 1\n    x2 r3 1\n    x3 r2 1\n"
+      "RHS\n    rhs obj 3.5 r1 4\n    rhs r2 5\nRANGES\n    rng r1 0\n    rng r2 -2\n"
+      "BOUNDS\n UP bnd i2 9\n UP bnd x1 -3\n MI bnd x2\n FR bnd x3\n"
+      "ENDATA\n");
+  ASSERT_EQ(m.cols.size(), 5u);
+  // An integer column without bounds is a 0-1 column; with an upper bound only, its lower bound is 0.
+  EXPECT_TRUE(m.cols[0].integer);
+  EXPECT_EQ(m.cols[0].up, 1.0);
+  EXPECT_EQ(m.cols[1].lo, 0.0);
+  EXPECT_EQ(m.cols[1].up, 9.0);
+  // A negative upper bound alone frees the lower bound (with a warning).
+  EXPECT_EQ(m.cols[2].lo, -kInf);
+  EXPECT_EQ(m.warnings.size(), 1u);
+  EXPECT_EQ(m.cols[3].lo, -kInf);
+  EXPECT_EQ(m.cols[3].up, kInf);
+  // The objective row's right-hand side is a constant on the other side.
+  EXPECT_EQ(m.objConstant, -3.5);
+  EXPECT_EQ(m.objCoefs[2], 2.0);
+  EXPECT_EQ(m.rows[0].rhs, 4.0);
+  EXPECT_TRUE(m.rows[0].hasRange);
+  EXPECT_EQ(m.rows[0].range, 0.0);
+  EXPECT_EQ(m.entries.size(), 5u);
+}
+
+// One line of the fixed layout: fields start at columns 2, 5, 15, 25, 40, 50.
+std::string fixedLine(const std::vector<std::string> &fields) {
+  static const size_t start[6] = {1, 4, 14, 24, 39, 49};
+  std::string line;
+  for (size_t k = 0; k < fields.size(); ++k) {
+    line.resize(start[k], ' ');
+    line += fields[k];
+  }
+  return line + "\n";
+}
+
+TEST(MpsRead, FixedLayoutWithBlanksInNames) {
+  const MpsModel m = readOk("NAME          FIXED\nROWS\n" + fixedLine({"N", "COST"}) + fixedLine({"L", "LIM 1"}) +
+                            "COLUMNS\n" + fixedLine({"", "DEDO3 11", "COST", "1.0", "LIM 1", "2.0"}) +
+                            fixedLine({"", "X 2", "LIM 1", "3.0"}) + "RHS\n" +
+                            fixedLine({"", "RHS", "LIM 1", "4.0"}) + "BOUNDS\n" +
+                            fixedLine({"UP", "BND", "DEDO3 11", "7.0"}) + "ENDATA\n");
+  EXPECT_TRUE(m.fixedFormat);
+  ASSERT_EQ(m.cols.size(), 2u);
+  EXPECT_EQ(m.cols[0].name, "DEDO3 11");
+  EXPECT_EQ(m.rows[0].name, "LIM 1");
+  EXPECT_EQ(m.cols[0].up, 7.0);
+  EXPECT_EQ(m.rows[0].rhs, 4.0);
+  EXPECT_EQ(m.entries.size(), 2u);
+}
+
+TEST(MpsRead, StructuralErrors) {
+  EXPECT_EQ(readError("NAME x\nROWS\n N obj\nFOO\nENDATA\n"), "ERROR: MPS flag FOO is not supported by Morvex.\n");
+  EXPECT_EQ(readError("ROWS\n N obj\n L c1\n L c2\nCOLUMNS\n x c1 1\n"
+                      "QCMATRIX c1\n x x 1\nRHS\nQCMATRIX c2\n x x 1\nENDATA\n"),
+            "ERROR: Quadratic constraints must be contiguously specified\n"
+            "       in MPS file for the Morvex MPS reader.\n");
+  EXPECT_EQ(readError("ROWS\n N obj\nCOLUMNS\n x nosuch 1\nENDATA\n"), "ERROR: line 4, invalid row name: nosuch\n");
+  EXPECT_EQ(readError("ROWS\n N obj\nCOLUMNS\n x obj 1\nBOUNDS\n XX bnd x 1\nENDATA\n"),
+            "ERROR: parsing MPS file: XX is not a valid identifier for bounds");
+  MpsModel m;
+  std::string err;
+  EXPECT_FALSE(mpsRead("/no/such/file.mps", m, err));
+  EXPECT_EQ(err, "ERROR: file /no/such/file.mps not found.\n");
+}
+
+TEST(MpsRead, MissingEndataReadsToTheLastLineAndSenseIsKept) {
+  const MpsModel m = readOk("NAME x\nOBJSENSE\n    MAXIMIZE\nROWS\n N obj\n G c\nCOLUMNS\n x obj 1 c 1\n"
+                            "QUADOBJ\n x x 2\n");
+  EXPECT_TRUE(m.maximize);
+  EXPECT_EQ(m.quadObj.size(), 1u);
+  EXPECT_FALSE(m.quadObjFull);
+}
+
+TEST(MpsRoundTrip, SampleModelsWriteAndReadBack) {
+  const std::string dir = "/usr/share/coin/Data/Sample/";
+  const char *files[] = {"afiro.mps", "p0033.mps", "exmip1.mps", "e226.mps", "share2qp.mps", "galenetbnds.mps"};
+  for (const char *file : files) {
+    SCOPED_TRACE(file);
+    MpsModel first, second;
+    std::string err;
+    ASSERT_TRUE(mpsRead(dir + file, first, err)) << err;
+    const std::string out = writeTemp("");
+    ASSERT_TRUE(mpsWrite(first, out, err)) << err;
+    ASSERT_TRUE(mpsRead(out, second, err)) << err;
+    std::remove(out.c_str());
+    expectSameMpsModel(first, second);
+  }
+}
+
+}  // namespace
