@@ -112,6 +112,7 @@ void linRelease(LinSystem &sys) {
   sys.stage = 0;
   sys.n = 0;
   sys.info = LinFactorInfo();
+  sys.userOrder.clear();
   std::vector<int>().swap(sys.row);
   std::vector<int>().swap(sys.col);
   std::vector<double>().swap(sys.val);

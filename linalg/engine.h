@@ -75,7 +75,8 @@ struct LinSystem {
   double maxAbs = 0.0;
   int stage = 0;  // 0 new, 1 analysed, 2 factored, 3 factored but singular
   LinFactorInfo info;
-  int lastOrdering = LIN_ORDER_AUTO;  // the ordering the engine reports it used
+  int lastOrdering = LIN_ORDER_AUTO;  // the ordering chosen at the last analysis
+  std::vector<int> userOrder;         // the permutation handed to the engine, if any
   std::unique_ptr<LinMumpsState, LinMumpsDeleter> mumps;
   std::unique_ptr<LinDenseState, LinDenseDeleter> dense;
 
@@ -122,6 +123,8 @@ void mumpsRelease(LinSystem &sys);
 // The pivot order the engine used after analysis: perm[i] is the position
 // (0-based) of variable i in the elimination order.
 std::vector<int> mumpsPivotOrder(const LinSystem &sys);
+// The engine's own code of the ordering it applied (1: the one handed over).
+int mumpsOrderingCode(const LinSystem &sys);
 
 int denseAnalyze(LinSystem &sys);
 LinFactorInfo denseFactor(LinSystem &sys);

@@ -21,12 +21,19 @@ constexpr int kOrdAmd = 0, kOrdUser = 1, kOrdAuto = 7;
 constexpr int kMaxWorkspaceRetries = 6;
 }  // namespace
 
-// Concurrent instances are safe in the sequential library (see the thread
-// test); the lock exists for builds where that does not hold.
-static constexpr bool kSerialiseMumps = false;
+// The library keeps module-level state (its load-balancing module among
+// others), so two instances in different threads corrupt each other. Every
+// call into it is serialised by one process-wide lock; other threads keep
+// working on their own systems meanwhile.
 static std::mutex &mumpsLock() {
   static std::mutex m;
   return m;
+}
+
+static void mumpsLockedCall(DMUMPS_STRUC_C &id, int job) {
+  std::lock_guard<std::mutex> g(mumpsLock());
+  id.job = job;
+  dmumps_c(&id);
 }
 
 struct LinMumpsState {
@@ -35,21 +42,11 @@ struct LinMumpsState {
   std::vector<int> irn, jcn, permIn;
   std::vector<double> a;
   ~LinMumpsState() {
-    if (!live) return;
-    id.job = kJobEnd;
-    dmumps_c(&id);
+    if (live) mumpsLockedCall(id, kJobEnd);
   }
 };
 
-static void mumpsCall(LinMumpsState &m, int job) {
-  m.id.job = job;
-  if (kSerialiseMumps) {
-    std::lock_guard<std::mutex> g(mumpsLock());
-    dmumps_c(&m.id);
-  } else {
-    dmumps_c(&m.id);
-  }
-}
+static void mumpsCall(LinMumpsState &m, int job) { mumpsLockedCall(m.id, job); }
 
 // MUMPS arrays are 1-based: ICNTL(k) is icntl[k-1].
 #define ICNTL(m, k) (m).id.icntl[(k)-1]
@@ -85,8 +82,10 @@ static int mumpsAnalyseWith(LinSystem &sys, int ordering, const std::vector<int>
     m.permIn.resize(perm->size());
     for (size_t i = 0; i < perm->size(); ++i) m.permIn[i] = (*perm)[i] + 1;
     m.id.perm_in = m.permIn.data();
+    sys.userOrder = *perm;
   } else {
     m.id.perm_in = nullptr;
+    sys.userOrder.clear();
   }
   mumpsCall(m, kJobAnalyse);
   return mumpsStatus(m);
@@ -212,6 +211,10 @@ std::vector<int> mumpsPivotOrder(const LinSystem &sys) {
   order.resize(static_cast<size_t>(sys.n));
   for (int i = 0; i < sys.n; ++i) order[static_cast<size_t>(i)] = sys.mumps->id.sym_perm[i] - 1;
   return order;
+}
+
+int mumpsOrderingCode(const LinSystem &sys) {
+  return sys.mumps && sys.stage >= 1 ? sys.mumps->id.infog[6] : -1;
 }
 
 void mumpsRelease(LinSystem &sys) { sys.mumps.reset(); }
