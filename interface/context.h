@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "morvex.h"
+#include "linalg/blas_table.h"
 #include "options/options.h"
 
 using nnzint = int64_t;
@@ -182,6 +183,9 @@ struct MXL_context {
   MxCompData comp;
   MxObjective obj;
   std::vector<double> lambda;   // m + n: constraints first, then bounds
+
+  // The BLAS behind the dense kernels of this context.
+  MxBlasTable blasTable;
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;
