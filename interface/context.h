@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "morvex.h"
+#include "driver/error_measures.h"
 #include "linalg/blas_table.h"
 #include "options/options.h"
 
@@ -186,6 +187,8 @@ struct MXL_context {
 
   // The BLAS behind the dense kernels of this context.
   MxBlasTable blasTable;
+  // Error measures and the best point of the current solve.
+  MxErrorState errState;
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;

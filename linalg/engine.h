@@ -102,7 +102,7 @@ void linMultiply(const LinSystem &sys, const double *x, double *y);
 LinSettings linSettingsFromContext(const MXL_context *ctx);
 
 // Rows at or below which the dense engine beats the sparse one (bench/linalg).
-constexpr int LIN_DENSE_MAX_ROWS = 100;
+constexpr int LIN_DENSE_MAX_ROWS = 300;
 
 // The engine that serves a resolved engine number for a system of n rows.
 // Engine numbers without an engine here print a warning once per call and
