@@ -1,6 +1,6 @@
 // Factor-plus-solve time of KKT matrices [H A^T; A 0] for each engine, from
 // 10 to 100,000 rows. H is the 5-point Laplacian of a square grid, A has
-// four entries per row. Prints a Markdown table and the size at which the
+// four entries per row on neighbouring grid points. Prints a Markdown table and the size at which the
 // sparse engine overtakes the dense one.
 //
 // Usage: bench_linalg [max_rows] [dense_max_rows]
@@ -39,12 +39,16 @@ Kkt makeKkt(int rows) {
       if (j + 1 < g) add(v + 1, v, -1.0);
       if (i + 1 < g) add(v + g, v, -1.0);
     }
+  // Each row of A couples a few neighbouring grid points, as discretised
+  // constraints do; distinct leading entries keep A of full rank.
   std::mt19937 rng(1);
-  std::uniform_int_distribution<int> var(0, nh - 1);
   std::uniform_real_distribution<double> u(0.5, 1.5);
   for (int r = 0; r < k.m; ++r) {
-    add(nh + r, r % nh, u(rng));  // a distinct leading entry keeps A full rank
-    for (int t = 0; t < 3; ++t) add(nh + r, var(rng), u(rng));
+    const int v = static_cast<int>(static_cast<long>(r) * nh / k.m);
+    add(nh + r, v, u(rng));
+    if (v + 1 < nh) add(nh + r, v + 1, u(rng));
+    if (v + g < nh) add(nh + r, v + g, u(rng));
+    if (v + g + 1 < nh) add(nh + r, v + g + 1, u(rng));
   }
   return k;
 }
@@ -83,7 +87,7 @@ void cell(double t) {
 int main(int argc, char **argv) {
   const int maxRows = argc > 1 ? std::atoi(argv[1]) : 100000;
   const int denseMax = argc > 2 ? std::atoi(argv[2]) : 3000;
-  const int sizes[] = {10, 20, 30, 50, 75, 100, 150, 200, 300, 400, 500, 700, 1000, 2000, 3000,
+  const int sizes[] = {10, 20, 30, 50, 75, 100, 150, 200, 250, 300, 400, 500, 700, 1000, 2000, 3000,
                        5000, 10000, 20000, 50000, 100000};
   std::printf("| rows | nonzeros | dense LDL^T (ms) | sparse AMD (ms) | sparse METIS (ms) | sparse auto (ms) |\n");
   std::printf("|---:|---:|---:|---:|---:|---:|\n");
@@ -105,6 +109,7 @@ int main(int argc, char **argv) {
     cell(metis);
     cell(autom);
     std::printf(" |\n");
+    std::fflush(stdout);
     const double sparse = std::min(amd, std::min(metis < 0 ? 1e300 : metis, autom));
     if (dense >= 0 && dense <= sparse) crossover = k.n;
   }
