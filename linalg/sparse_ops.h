@@ -38,6 +38,34 @@ void coordinateToCCS(MXL_context *ctx, int rows, int cols, nnzint nnz, const int
                      const int *col, nnzint *start, int *index, nnzint *perm);
 void compressedCopyValues(nnzint nnz, const nnzint *perm, const double *coo, double *out);
 
+// A'A (or A'DA with a diagonal D) of an m x n matrix in compressed rows,
+// as the upper triangle in compressed rows. The pattern is built once; the
+// values are refreshed from new values of A with the same pattern.
+struct AtaPattern {
+  int n = 0;
+  std::vector<nnzint> start;     // n + 1 entries
+  std::vector<int> col;          // columns of each row, ascending
+  std::vector<nnzint> aColStart;  // A by columns: n + 1 entries
+  std::vector<int> aColRow;      // row of each entry of A by columns
+  std::vector<nnzint> aColPos;   // its position in the compressed rows of A
+  std::vector<double> work;      // n entries, kept zero between calls
+};
+nnzint getNnzATA_CSR(int m, int n, const nnzint *start, const int *col, AtaPattern *pat);
+void multiplyATA_CSR(int m, const nnzint *start, const int *col, const double *val,
+                     const double *d, AtaPattern &pat, double *out);
+
+// Sum of two symmetric matrices given by one triangle each, with different
+// patterns: the pattern of the sum (lower triangle, by rows) and where each
+// entry of A and of B lands in it.
+struct SymSumPattern {
+  std::vector<int> row, col;
+  std::vector<nnzint> mapA, mapB;
+};
+nnzint getNnzAplusBsym(int n, nnzint nnzA, const int *rowA, const int *colA, nnzint nnzB,
+                       const int *rowB, const int *colB, SymSumPattern *pat);
+void addAplusBsym(const SymSumPattern &pat, const double *valA, const double *valB,
+                  double *out);
+
 // 1-norm and squared 2-norm of every row (norms has m entries).
 void computeMatrixRowNorms1(MXL_context *ctx, int m, nnzint nnz, const int *row,
                             const double *val, double *norms);

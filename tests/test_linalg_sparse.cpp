@@ -88,18 +88,28 @@ TEST(SparseOps, ProductsMatchDenseOnCoordinateAndCompressedForms) {
   multiplyAv_csr(nullptr, 5, cstart.data(), index.data(), val.data(), w.data(), z.data());
   expectNear(z, ref5);
 
-  // Row norms.
-  std::vector<double> n1(7), n2(7);
-  computeMatrixRowNorms1(nullptr, 7, nnz, a.row.data(), a.val.data(), n1.data());
-  computeMatrixRowNorms2(nullptr, 7, nnz, a.row.data(), a.val.data(), n2.data());
-  double s1 = 0, s2 = 0;
-  for (nnzint k = 0; k < nnz; ++k)
-    if (a.row[k] == 3) {
-      s1 += std::fabs(a.val[k]);
-      s2 += a.val[k] * a.val[k];
+  // A'DA from the compressed rows, twice with different values: the second
+  // pass must not see leftovers of the first.
+  AtaPattern pat;
+  coordinateToCRS(nullptr, 7, 5, nnz, a.row.data(), a.col.data(), start.data(), index.data(),
+                  perm.data());
+  const nnzint nAta = getNnzATA_CSR(7, 5, start.data(), index.data(), &pat);
+  std::vector<double> ata(static_cast<size_t>(nAta)), d(7);
+  for (int pass = 0; pass < 2; ++pass) {
+    for (int i = 0; i < 7; ++i) d[i] = pass + 0.5 + i;
+    compressedCopyValues(nnz, perm.data(), a.val.data(), val.data());
+    for (double &x : val) x *= 1 + pass;
+    multiplyATA_CSR(7, start.data(), index.data(), val.data(), d.data(), pat, ata.data());
+    for (int j = 0; j < 5; ++j) {
+      EXPECT_TRUE(indicesAreOrdered(pat.start[j + 1] - pat.start[j], pat.col.data() + pat.start[j]));
+      for (nnzint p = pat.start[j]; p < pat.start[j + 1]; ++p) {
+        double ref = 0.0;
+        for (int i = 0; i < 7; ++i)
+          ref += a.dense[i * 5 + j] * d[i] * a.dense[i * 5 + pat.col[p]] * (1 + pass) * (1 + pass);
+        EXPECT_NEAR(ata[p], ref, 1e-12) << j << "," << pat.col[p];
+      }
     }
-  EXPECT_NEAR(n1[3], s1, 1e-15);
-  EXPECT_NEAR(n2[3], s2, 1e-15);
+  }
 }
 
 TEST(SparseOps, SymmetricTriangleProductsAndViews) {
@@ -135,6 +145,23 @@ TEST(SparseOps, SymmetricTriangleProductsAndViews) {
   triToFullValues(nnz, k.row.data(), k.col.data(), k.val.data(), fv.data());
   multiplyAv(nullptr, k.n, full, fr.data(), fc.data(), fv.data(), v.data(), y.data());
   expectNear(y, ref);
+
+  // H (lower) + H (given as upper) + I: entries merge where patterns meet.
+  std::vector<int> diag(k.n);
+  for (int i = 0; i < k.n; ++i) diag[i] = i;
+  std::vector<double> ones(k.n, 1.0);
+  SymSumPattern sum;
+  const nnzint nsum = getNnzAplusBsym(k.n, nnz, k.row.data(), k.col.data(), nnz, ur.data(),
+                                      uc.data(), &sum);
+  SymSumPattern sum2;
+  getNnzAplusBsym(k.n, nsum, sum.row.data(), sum.col.data(), k.n, diag.data(), diag.data(), &sum2);
+  std::vector<double> sv(static_cast<size_t>(nsum)), sv2(sum2.row.size());
+  addAplusBsym(sum, k.val.data(), k.val.data(), sv.data());
+  addAplusBsym(sum2, sv.data(), ones.data(), sv2.data());
+  EXPECT_LE(static_cast<size_t>(nsum), static_cast<size_t>(nnz));
+  multiplyHv(nullptr, k.n, static_cast<nnzint>(sv2.size()), sum2.row.data(), sum2.col.data(),
+             sv2.data(), v.data(), y.data());
+  for (int i = 0; i < k.n; ++i) EXPECT_NEAR(y[i], 2 * ref[i] + v[i], 1e-13);
 }
 
 namespace {
