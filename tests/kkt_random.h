@@ -7,6 +7,7 @@
 #include <random>
 #include <vector>
 
+#include "linalg/engine.h"
 #include "linalg/lapack.h"
 
 struct KktCase {
@@ -91,3 +92,53 @@ inline KktInertia kktInertia(const KktCase &k, double zeroTol) {
   }
   return r;
 }
+
+// KKT matrix of a g x g grid: H the 5-point Laplacian, A sums of grid lines.
+inline KktCase kktGrid(int g, int rows) {
+  KktCase k;
+  const int nh = g * g;
+  k.n = nh + rows;
+  k.dense.assign(static_cast<size_t>(k.n) * k.n, 0.0);
+  for (int i = 0; i < g; ++i)
+    for (int j = 0; j < g; ++j) {
+      const int v = i * g + j;
+      kktAdd(k, v, v, 4.0);
+      if (j + 1 < g) kktAdd(k, v + 1, v, -1.0);
+      if (i + 1 < g) kktAdd(k, v + g, v, -1.0);
+    }
+  for (int r = 0; r < rows; ++r)
+    for (int j = 0; j < g; ++j) kktAdd(k, nh + r, (r % g) * g + j, 1.0 + 0.1 * j);
+  for (int r = 0; r < rows; ++r) kktAdd(k, nh + r, nh + r, -1e-2);
+  return k;
+}
+
+
+struct EngineRun {
+  LinFactorInfo info;
+  std::vector<double> x;
+  double residual = 0.0, bnorm = 0.0;
+  int analyse = 0, solve = 0;
+};
+
+inline EngineRun runEngine(const KktCase &k, LinEngineKind kind, const LinSettings &s,
+                    const std::vector<double> &b) {
+  EngineRun r;
+  LinSystem sys;
+  r.analyse = linAnalyze(sys, kind, s, k.n, static_cast<nnzint>(k.row.size()), k.row.data(),
+                         k.col.data());
+  if (r.analyse != LIN_OK) return r;
+  r.info = linFactor(sys, k.val.data());
+  r.x = b;
+  r.solve = linSolve(sys, r.x.data());
+  if (r.solve == LIN_OK) r.residual = linResidualInf(sys, r.x.data(), b.data());
+  for (double v : b) r.bnorm = std::max(r.bnorm, std::fabs(v));
+  return r;
+}
+
+inline std::vector<double> randomRhs(std::mt19937 &rng, int n) {
+  std::uniform_real_distribution<double> u(-1.0, 1.0);
+  std::vector<double> b(static_cast<size_t>(n));
+  for (double &v : b) v = u(rng);
+  return b;
+}
+

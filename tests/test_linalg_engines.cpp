@@ -1,45 +1,11 @@
 // Factorization engines on random KKT matrices against a dense
-// eigen-decomposition; orderings; concurrent sparse instances.
+// eigen-decomposition, and the orderings of the sparse engine.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <thread>
 
 #include "kkt_random.h"
 #include "linalg/engine.h"
-
-namespace {
-
-struct EngineRun {
-  LinFactorInfo info;
-  std::vector<double> x;
-  double residual = 0.0, bnorm = 0.0;
-  int analyse = 0, solve = 0;
-};
-
-EngineRun runEngine(const KktCase &k, LinEngineKind kind, const LinSettings &s,
-                    const std::vector<double> &b) {
-  EngineRun r;
-  LinSystem sys;
-  r.analyse = linAnalyze(sys, kind, s, k.n, static_cast<nnzint>(k.row.size()), k.row.data(),
-                         k.col.data());
-  if (r.analyse != LIN_OK) return r;
-  r.info = linFactor(sys, k.val.data());
-  r.x = b;
-  r.solve = linSolve(sys, r.x.data());
-  if (r.solve == LIN_OK) r.residual = linResidualInf(sys, r.x.data(), b.data());
-  for (double v : b) r.bnorm = std::max(r.bnorm, std::fabs(v));
-  return r;
-}
-
-std::vector<double> randomRhs(std::mt19937 &rng, int n) {
-  std::uniform_real_distribution<double> u(-1.0, 1.0);
-  std::vector<double> b(static_cast<size_t>(n));
-  for (double &v : b) v = u(rng);
-  return b;
-}
-
-}  // namespace
 
 // Every engine and ordering reports the inertia of dsyevd, flags exactly the
 // singular matrices and solves the others to a 1e-12 relative residual.
@@ -88,29 +54,6 @@ TEST(LinEngines, RandomKktMatchEigenDecomposition) {
   EXPECT_LE(singular, 180);
 }
 
-namespace {
-
-// KKT matrix of a g x g grid: H the 5-point Laplacian, A sums of grid lines.
-KktCase kktGrid(int g, int rows) {
-  KktCase k;
-  const int nh = g * g;
-  k.n = nh + rows;
-  k.dense.assign(static_cast<size_t>(k.n) * k.n, 0.0);
-  for (int i = 0; i < g; ++i)
-    for (int j = 0; j < g; ++j) {
-      const int v = i * g + j;
-      kktAdd(k, v, v, 4.0);
-      if (j + 1 < g) kktAdd(k, v + 1, v, -1.0);
-      if (i + 1 < g) kktAdd(k, v + g, v, -1.0);
-    }
-  for (int r = 0; r < rows; ++r)
-    for (int j = 0; j < g; ++j) kktAdd(k, nh + r, (r % g) * g + j, 1.0 + 0.1 * j);
-  for (int r = 0; r < rows; ++r) kktAdd(k, nh + r, nh + r, -1e-2);
-  return k;
-}
-
-}  // namespace
-
 // The orderings change the elimination order but not the solution, and the
 // METIS ordering reaches the engine as computed.
 TEST(LinEngines, OrderingsAgreeAndMetisIsUsed) {
@@ -153,39 +96,4 @@ TEST(LinEngines, OrderingsAgreeAndMetisIsUsed) {
   EXPECT_NE(orders[1], orders[2]);
   for (size_t o = 1; o < sol.size(); ++o)
     for (int i = 0; i < k.n; ++i) EXPECT_NEAR(sol[o][i], sol[0][i], 1e-10);
-}
-
-// Engine instances factor and solve in several threads at once with the
-// same results as one after the other (the sparse library needs its calls
-// serialised: without the lock this test crashes).
-TEST(LinEngines, ConcurrentSparseInstances) {
-  constexpr int kThreads = 4, kRounds = 6;
-  std::vector<KktCase> cases;
-  std::vector<std::vector<double>> rhs, serial;
-  std::mt19937 rng(99);
-  for (int t = 0; t < kThreads; ++t) {
-    cases.push_back(kktGrid(12 + 2 * t, 5 + t));
-    rhs.push_back(randomRhs(rng, cases.back().n));
-  }
-  LinSettings s;
-  s.ordering = LIN_ORDER_METIS;
-  for (int t = 0; t < kThreads; ++t)
-    serial.push_back(runEngine(cases[t], LIN_ENGINE_MUMPS, s, rhs[t]).x);
-  std::vector<int> mismatches(kThreads, 0);
-  std::vector<std::thread> pool;
-  for (int t = 0; t < kThreads; ++t)
-    pool.emplace_back([&, t] {
-      for (int r = 0; r < kRounds; ++r) {
-        LinSettings mine = s;
-        mine.ordering = r % 2 ? LIN_ORDER_METIS : LIN_ORDER_AMD;
-        const LinEngineKind kind = r % 3 == 2 ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
-        const EngineRun run = runEngine(cases[t], kind, mine, rhs[t]);
-        bool same = run.solve == LIN_OK;
-        for (size_t i = 0; same && i < run.x.size(); ++i)
-          same = std::fabs(run.x[i] - serial[t][i]) <= 1e-10 * (1.0 + std::fabs(serial[t][i]));
-        mismatches[t] += !same;
-      }
-    });
-  for (auto &th : pool) th.join();
-  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(mismatches[t], 0) << "thread " << t;
 }
