@@ -86,6 +86,14 @@ void blasClear(MxBlasTable &t) {
   if (h != nullptr) dlclose(h);
 }
 
+// blas_numthreads, when positive, goes to a library that knows the setting.
+void blasSetThreads(MXL_context *ctx, void *handle) {
+  if (ctx->opt.blas_numthreads <= 0) return;
+  using SetThreads = void (*)(int);
+  void *p = dlsym(handle, "openblas_set_num_threads");
+  if (p != nullptr) reinterpret_cast<SetThreads>(p)(ctx->opt.blas_numthreads);
+}
+
 int blasChange(MXL_context *ctx, int to) {
   mxl_printf(ctx, "         Changing blasoption to %d.\n", to);
   return to;
@@ -143,6 +151,7 @@ int initBlasLapack(MXL_context *ctx, int blasoption, const std::string &blasopti
     return ctx->resolvedBlasoption = 0;
   }
   ctx->blasTable.handle = h;
+  blasSetThreads(ctx, h);
   if (loadDynFnPtrs(ctx, h, blasoption == 1 ? "cblas_" : "MX_", lib.c_str()) == 0) {
     mxl_printf(ctx, "WARNING: Failed to load all BLAS functions in library '%s'.\n", lib.c_str());
     mxl_printf(ctx, "         Missing BLAS functions will use Morvex internal BLAS.\n");
