@@ -28,7 +28,10 @@ TEST(LinEngines, RandomKktMatchEigenDecomposition) {
     ++accepted;
     singular += ref.zero > 0;
     const std::vector<double> b = randomRhs(rng, k.n);
+    // The scaling modes and two pivot thresholds take turns over the matrices.
     LinSettings s;
+    s.scaling = accepted % 3;
+    s.pivotTol = accepted % 2 ? 1e-8 : 0.1;
     for (int e = 0; e < 4; ++e) {
       const LinEngineKind kind = e == 0 ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
       if (e > 0) s.ordering = orderings[e - 1];
@@ -96,4 +99,27 @@ TEST(LinEngines, OrderingsAgreeAndMetisIsUsed) {
   EXPECT_NE(orders[1], orders[2]);
   for (size_t o = 1; o < sol.size(); ++o)
     for (int i = 0; i < k.n; ++i) EXPECT_NEAR(sol[o][i], sol[0][i], 1e-10);
+}
+
+// Calls out of order or with indices outside the matrix are refused and
+// leave the system usable.
+TEST(LinEngines, RefusesBadInputAndOrder) {
+  const KktCase k = kktGrid(4, 2);
+  const nnzint nnz = static_cast<nnzint>(k.row.size());
+  std::vector<int> badRow = k.row;
+  badRow[3] = k.n;
+  std::vector<double> x(static_cast<size_t>(k.n), 1.0);
+  for (LinEngineKind kind : {LIN_ENGINE_DENSE, LIN_ENGINE_MUMPS}) {
+    LinSystem sys;
+    EXPECT_EQ(linFactor(sys, k.val.data()).status, LIN_ERR_ORDER);
+    EXPECT_EQ(linSolve(sys, x.data()), LIN_ERR_ORDER);
+    EXPECT_EQ(linAnalyze(sys, kind, LinSettings(), k.n, nnz, badRow.data(), k.col.data()),
+              LIN_ERR_INPUT);
+    ASSERT_EQ(linAnalyze(sys, kind, LinSettings(), k.n, nnz, k.row.data(), k.col.data()), LIN_OK);
+    EXPECT_EQ(linSolve(sys, x.data()), LIN_ERR_ORDER);
+    const LinFactorInfo info = linFactor(sys, k.val.data());
+    EXPECT_EQ(info.status, LIN_OK);
+    EXPECT_EQ(info.negEig, 2);
+    EXPECT_EQ(linSolve(sys, x.data()), LIN_OK);
+  }
 }
