@@ -14,6 +14,8 @@
 
 #include "driver/output.h"
 #include "morvex.h"
+#include "driver/error_measures.h"
+#include "linalg/blas_table.h"
 #include "options/options.h"
 
 using nnzint = int64_t;
@@ -187,6 +189,10 @@ struct MXL_context {
   std::vector<double> lambda;   // m + n: constraints first, then bounds
 
   // Structure, patterns and evaluation state (merged model, callbacks).
+  // The BLAS behind the dense kernels of this context.
+  MxBlasTable blasTable;
+  // Error measures and the best point of the current solve.
+  MxErrorState errState;
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;

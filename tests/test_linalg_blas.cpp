@@ -1,0 +1,174 @@
+// The BLAS table: local kernels against the system BLAS over every option
+// combination, loading of a partial library, and the fallbacks.
+#include <gtest/gtest.h>
+#include <dlfcn.h>
+
+#include <cmath>
+#include <functional>
+#include <random>
+
+#include "capture_context.h"
+#include "linalg/blas_table.h"
+
+namespace {
+
+std::vector<double> randomVec(std::mt19937 &rng, size_t n) {
+  std::uniform_real_distribution<double> u(-1.0, 1.0);
+  std::vector<double> v(n);
+  for (double &x : v) x = u(rng);
+  // Triangular solves need a dominant diagonal wherever it lands; keep
+  // entries away from zero.
+  for (double &x : v) x += x >= 0 ? 0.5 : -0.5;
+  return v;
+}
+
+// Runs `call` on the same data with the local kernels and with the system
+// BLAS, and compares the written array.
+void compareKernel(MXL_context *local, MXL_context *system, size_t outSize, size_t seed,
+                   const std::function<void(MXL_context *, std::vector<double> &)> &call,
+                   const std::string &what) {
+  std::mt19937 rng(static_cast<unsigned>(seed));
+  std::vector<double> a = randomVec(rng, outSize), b = a;
+  call(local, a);
+  call(system, b);
+  for (size_t i = 0; i < outSize; ++i)
+    ASSERT_NEAR(a[i], b[i], 1e-9 * (1.0 + std::fabs(b[i]))) << what << " entry " << i;
+}
+
+}  // namespace
+
+TEST(BlasTable, LocalKernelsAgreeWithSystemBlas) {
+  CaptureContext local, system;
+  ASSERT_EQ(initBlasLapack(system.ctx, 1, ""), 1);
+  ASSERT_EQ(system.take(), "");
+  ASSERT_NE(system.ctx->blasTable.dgemm, nullptr);
+  std::mt19937 rng(11);
+  const int m = 5, n = 4, k = 3, ld = 7;
+  const std::vector<double> A = randomVec(rng, 64), x = randomVec(rng, 16);
+  std::vector<double> Amut;
+  for (int order : {MX_ROW_MAJOR, MX_COL_MAJOR}) {
+    for (int ta : {MX_NO_TRANS, MX_TRANS}) {
+      for (int tb : {MX_NO_TRANS, MX_TRANS})
+        compareKernel(local.ctx, system.ctx, 64, 1, [&](MXL_context *c, std::vector<double> &C) {
+          cdgemm(c, order, ta, tb, m, n, k, 0.7, A.data(), ld, x.data() + 0, 4, 0.3, C.data(), ld);
+        }, "gemm");
+      compareKernel(local.ctx, system.ctx, 16, 2, [&](MXL_context *c, std::vector<double> &y) {
+        cdgemv(c, order, ta, m, n, 1.5, A.data(), ld, x.data(), 2, -0.5, y.data(), 2);
+      }, "gemv");
+      for (int uplo : {MX_UPPER, MX_LOWER}) {
+        compareKernel(local.ctx, system.ctx, 64, 3, [&](MXL_context *c, std::vector<double> &C) {
+          cdsyrk(c, order, uplo, ta, n, k, 0.9, A.data(), ld, 0.2, C.data(), ld);
+        }, "syrk");
+        for (int diag : {MX_NON_UNIT, MX_UNIT}) {
+          compareKernel(local.ctx, system.ctx, 16, 4, [&](MXL_context *c, std::vector<double> &v) {
+            cdtrmv(c, order, uplo, ta, diag, n, A.data(), ld, v.data(), 1);
+          }, "trmv");
+          compareKernel(local.ctx, system.ctx, 16, 5, [&](MXL_context *c, std::vector<double> &v) {
+            cdtpsv(c, order, uplo, ta, diag, n, A.data(), v.data(), 2);
+          }, "tpsv");
+          for (int side : {MX_LEFT, MX_RIGHT}) {
+            compareKernel(local.ctx, system.ctx, 64, 6, [&](MXL_context *c, std::vector<double> &B) {
+              cdtrmm(c, order, side, uplo, ta, diag, m, n, 0.8, A.data(), ld, B.data(), ld);
+            }, "trmm");
+            compareKernel(local.ctx, system.ctx, 64, 7, [&](MXL_context *c, std::vector<double> &B) {
+              cdtrsm(c, order, side, uplo, ta, diag, m, n, 0.8, A.data(), ld, B.data(), ld);
+            }, "trsm");
+          }
+        }
+      }
+    }
+    for (int uplo : {MX_UPPER, MX_LOWER}) {
+      compareKernel(local.ctx, system.ctx, 16, 8, [&](MXL_context *c, std::vector<double> &y) {
+        cdspmv(c, order, uplo, n, 1.1, A.data(), x.data(), 1, 0.4, y.data(), 1);
+      }, "spmv");
+      compareKernel(local.ctx, system.ctx, 16, 9, [&](MXL_context *c, std::vector<double> &y) {
+        cdsbmv(c, order, uplo, m, 2, 1.1, A.data(), 3, x.data(), 1, 0.4, y.data(), 1);
+      }, "sbmv");
+    }
+    compareKernel(local.ctx, system.ctx, 64, 10, [&](MXL_context *c, std::vector<double> &M) {
+      cdger(c, order, m, n, -0.6, x.data(), 1, x.data() + 5, 2, M.data(), ld);
+    }, "ger");
+  }
+  // Level 1 with strides, including the reductions.
+  for (MXL_context *c : {local.ctx, system.ctx}) {
+    EXPECT_NEAR(cddot(c, 5, x.data(), 2, x.data() + 1, 3), cddot(local.ctx, 5, x.data(), 2, x.data() + 1, 3), 1e-14);
+    EXPECT_NEAR(cdnrm2(c, 7, x.data(), 2), std::sqrt(cddot(nullptr, 7, x.data(), 2, x.data(), 2)), 1e-14);
+    EXPECT_NEAR(cdasum(c, 16, x.data(), 1), cdasum(nullptr, 16, x.data(), 1), 1e-14);
+    EXPECT_EQ(cidamax(c, 16, x.data(), 1), cidamax(nullptr, 16, x.data(), 1));
+    std::vector<double> y(16, 1.0), z(16, 2.0);
+    cdaxpy(c, 8, 2.0, x.data(), 2, y.data(), 1);
+    cdswap(c, 4, y.data(), 1, z.data(), 4);
+    cdscal(c, 16, 0.5, z.data(), 1);
+    EXPECT_DOUBLE_EQ(z[4], 0.5 * (1.0 + 2.0 * x[2]));
+    EXPECT_DOUBLE_EQ(z[1], 1.0);
+    EXPECT_DOUBLE_EQ(y[1], 2.0);
+  }
+  // Length 0 leaves the pointers alone.
+  cdcopy(system.ctx, 0, nullptr, 1, nullptr, 1);
+  cdscal(system.ctx, 0, 2.0, nullptr, 1);
+  EXPECT_EQ(cdnrm2(system.ctx, 0, nullptr, 1), 0.0);
+  endBlasLapack(system.ctx);
+  EXPECT_EQ(system.ctx->blasTable.dgemm, nullptr);
+}
+
+// A library with only some MX_ names: the found ones are called, the rest
+// run locally, and the warning says so.
+TEST(BlasTable, PartialLibraryMixesLoadedAndLocalKernels) {
+  CaptureContext cc;
+  cc.ctx->opt.debug = 2;
+  ASSERT_EQ(initBlasLapack(cc.ctx, 2, BLAS_PARTIAL_PATH), 2);
+  const std::string log = cc.take();
+  const std::string lib = BLAS_PARTIAL_PATH;
+  EXPECT_NE(log.find("--- Debug: loaded '" + lib + "'\n"), std::string::npos);
+  EXPECT_NE(log.find("--- Debug: failed to find 'MX_dgemm' in '" + lib + "'\n"), std::string::npos);
+  EXPECT_EQ(log.find("failed to find 'MX_ddot'"), std::string::npos);
+  EXPECT_NE(log.find("WARNING: Failed to load all BLAS functions in library '" + lib +
+                     "'.\n         Missing BLAS functions will use Morvex internal BLAS.\n"),
+            std::string::npos);
+  int *calls = static_cast<int *>(dlsym(cc.ctx->blasTable.handle, "partial_calls"));
+  ASSERT_NE(calls, nullptr);
+  const double x[] = {1, 2, 3}, y[] = {4, 5, 6};
+  EXPECT_EQ(cddot(cc.ctx, 3, x, 1, y, 1), 32.0);
+  EXPECT_DOUBLE_EQ(cdnrm2(cc.ctx, 3, x, 1), std::sqrt(14.0));
+  EXPECT_EQ(*calls, 2);
+  double z[] = {1, 1, 1};
+  cdaxpy(cc.ctx, 3, 2.0, x, 1, z, 1);
+  double C[4] = {0, 0, 0, 0};
+  cdgemm(cc.ctx, MX_COL_MAJOR, MX_NO_TRANS, MX_NO_TRANS, 2, 2, 1, 1.0, x, 2, y, 1, 0.0, C, 2);
+  EXPECT_EQ(*calls, 2);
+  EXPECT_EQ(z[2], 7.0);
+  EXPECT_EQ(C[3], 2.0 * 5.0);
+}
+
+TEST(BlasTable, UnavailableChoicesFallBack) {
+  CaptureContext cc;
+  EXPECT_EQ(initBlasLapack(cc.ctx, 2, "libnot_a_blas_here.so"), 0);
+  EXPECT_EQ(cc.take(), "WARNING: Failed to load BLAS library 'libnot_a_blas_here.so'.\n");
+  cc.ctx->opt.debug = 2;
+  EXPECT_EQ(initBlasLapack(cc.ctx, 2, "libnot_a_blas_here.so"), 0);
+  const std::string log = cc.take();
+  EXPECT_EQ(log.rfind("--- Debug: dynamically loading library 'libnot_a_blas_here.so'\n--- Debug: dlerror(): ", 0), 0u);
+  EXPECT_NE(log.find("../lib/libnot_a_blas_here.so'\n"), std::string::npos);
+  cc.ctx->opt.debug = 0;
+  EXPECT_EQ(initBlasLapack(cc.ctx, 2, ""), 0);
+  EXPECT_EQ(cc.take(), "WARNING: Option blasoption=2 but blasoptionlib not specified.\n"
+                       "         Changing blasoption to 0.\n");
+  EXPECT_EQ(initBlasLapack(cc.ctx, 4, ""), 1);
+  EXPECT_EQ(cc.take(), "WARNING: Apple Accelerate not available on this platform (blasoption=4).\n"
+                       "         Changing blasoption to 1.\n");
+  EXPECT_NE(cc.ctx->blasTable.ddot, nullptr);
+  EXPECT_EQ(initBlasLapack(cc.ctx, 9, ""), 0);
+  EXPECT_EQ(cc.take(), "WARNING: CUBLAS not available on this platform (blasoption=9).\n");
+  EXPECT_EQ(cc.ctx->blasTable.ddot, nullptr);
+  EXPECT_EQ(initBlasLapack(cc.ctx, 3, ""), 3);
+  EXPECT_EQ(cc.take(), "");
+}
+
+TEST(BlasTable, EqualFloatsTestsEachSide) {
+  EXPECT_EQ(equalFloats(0.0, 0.0, 1e-8), 2);
+  EXPECT_EQ(equalFloats(1.0, 1.0 + 1e-10, 1e-8), 2);
+  EXPECT_EQ(equalFloats(1.0, 1.5, 0.4), 1);
+  EXPECT_EQ(equalFloats(0.0, 1e-20, 1e-8), 0);
+  EXPECT_EQ(equalFloats(1.0, 1.0 + 1e-15, 0.0), 0);
+  EXPECT_EQ(equalFloats(1.0, 1.0 + 2e-16, 0.0), 2);
+}
