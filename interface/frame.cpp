@@ -103,24 +103,26 @@ int mx_api_check(MXL_context *ctx, int needVars, int needCons, int needObj,
   return 0;
 }
 
-int mx_restart_check(MXL_context *ctx, const char *fn) {
-  if (ctx->changeLevel == 0) return 0;
-  mxl_printf(ctx, "ERROR: %s() cannot be called to modify the existing problem\n", fn);
-  mxl_printf(ctx, "       after a solve.\n");
+// A call made in the wrong phase of the context's life is fatal.
+static int mx_phase_failure(MXL_context *ctx, const char *first, const char *second, const char *fn) {
+  mxl_printf(ctx, first, fn);
+  mxl_printf(ctx, "%s", second);
   ctx->returnCode = MX_RC_ILLEGAL_CALL;
   ctx->status = MX_STATUS_FINISHED;
   ctx->fatalError = 1;
   return 1;
 }
 
+int mx_restart_check(MXL_context *ctx, const char *fn) {
+  if (ctx->changeLevel == 0) return 0;
+  return mx_phase_failure(ctx, "ERROR: %s() cannot be called to modify the existing problem\n",
+                          "       after a solve.\n", fn);
+}
+
 int mx_restart_only(MXL_context *ctx, const char *fn) {
   if (ctx->changeLevel != 0) return 0;
-  mxl_printf(ctx, "ERROR: %s() can only be called to modify the existing problem\n", fn);
-  mxl_printf(ctx, "       after an initial solve has been performed.\n");
-  ctx->returnCode = MX_RC_ILLEGAL_CALL;
-  ctx->status = MX_STATUS_FINISHED;
-  ctx->fatalError = 1;
-  return 1;
+  return mx_phase_failure(ctx, "ERROR: %s() can only be called to modify the existing problem\n",
+                          "       after an initial solve has been performed.\n", fn);
 }
 
 int mx_enter(MXL_context *ctx, const char *fn, int needVars, int needCons,

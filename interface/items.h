@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cmath>
+#include <type_traits>
 #include <vector>
 
 #include "driver/print.h"
@@ -84,7 +85,12 @@ int mx_get_items(MXL_context *ctx, const char *fn, const MxItemKind &kind, int c
         mxl_printf(ctx, "       The index should be less than %d and non-negative.\n", size);
         return mx_getter_fail(ctx, kind.badIndexCode);
       }
-      load(i, k);
+      // A load may refuse an entry by returning a code.
+      if constexpr (std::is_same_v<decltype(load(i, k)), int>) {
+        if (const int rc = load(i, k)) return rc;
+      } else {
+        load(i, k);
+      }
     }
     return 0;
   });

@@ -14,6 +14,9 @@ struct MxNameSet {
 };
 
 MxNameSet mx_names_of(MXL_context *ctx, const MxItemKind &kind) {
+  static MxOptArray<std::string> none;
+  static std::vector<char> noFlags;
+  if (ctx == nullptr) return {&none, &noFlags};
   if (&kind == &mxVarKind) return {&ctx->var.name, &ctx->var.hasName};
   if (&kind == &mxConKind) return {&ctx->con.name, &ctx->con.hasName};
   return {&ctx->comp.name, &ctx->comp.hasName};
@@ -44,31 +47,21 @@ const MxItemKind mxConNameKind = {
 int mx_get_names(MXL_context *ctx, const char *fn, const MxItemKind &kind, const char *what,
                  int count, const int *indices, int bufferSize, char *const *names,
                  const char *valueName) {
-  return mx_guard(ctx, [&]() {
-    const int pre = mx_getter_prologue(ctx, fn, kind, count, indices, names, valueName);
-    if (pre != -1) return pre;
-    MxNameSet set = mx_names_of(ctx, &kind == &mxConNameKind ? mxConKind : kind);
-    if (!set.names->exists()) return 0;
-    const int size = kind.size(ctx);
-    for (int k = 0; k < count; ++k) {
-      const int i = indices[k];
-      if (i < 0 || i >= size) {
-        mxl_printf(ctx, kind.rangeMessage, i);
-        mxl_printf(ctx, "       The index should be less than %d and non-negative.\n", size);
-        return mx_getter_fail(ctx, kind.badIndexCode);
-      }
-      const std::string &name = set.names->v[i];
-      if (static_cast<long>(name.size()) >= bufferSize) {
-        mxl_printf(ctx, "ERROR: Length of %s name %s is greater than buffer size %d\n", what,
-                   name.c_str(), bufferSize);
-        return mx_getter_fail(ctx, MX_RC_BAD_SIZE);
-      }
-      if (names[k] == nullptr) {
-        mxl_printf(ctx, "ERROR: Parameter %s passed to %s() is NULL.\n", valueName, fn);
-        return mx_getter_fail(ctx, MX_RC_NULL_POINTER);
-      }
-      std::memcpy(names[k], name.c_str(), name.size() + 1);
+  MxNameSet set = mx_names_of(ctx != nullptr && ctx->magic == MX_MAGIC ? ctx : nullptr,
+                              &kind == &mxConNameKind ? mxConKind : kind);
+  return mx_get_items(ctx, fn, kind, count, indices, names, valueName, [&](int i, int k) -> int {
+    if (!set.names->exists()) return 0;  // no name was ever set: buffers stay as they are
+    const std::string &name = set.names->v[static_cast<size_t>(i)];
+    if (static_cast<long>(name.size()) >= bufferSize) {
+      mxl_printf(ctx, "ERROR: Length of %s name %s is greater than buffer size %d\n", what, name.c_str(),
+                 bufferSize);
+      return mx_getter_fail(ctx, MX_RC_BAD_SIZE);
     }
+    if (names[k] == nullptr) {
+      mxl_printf(ctx, "ERROR: Parameter %s passed to %s() is NULL.\n", valueName, fn);
+      return mx_getter_fail(ctx, MX_RC_NULL_POINTER);
+    }
+    std::memcpy(names[k], name.c_str(), name.size() + 1);
     return 0;
   });
 }
