@@ -38,6 +38,9 @@ struct MxSolveStats {
   int hessianVectorProducts = 0;
   int stoppedOnFindiffError = 0;
   int msRuleStopped = 0;
+  int quadraticModel = 0;          // a QP or QCQP
+  int convexity = -1;              // 1 convex, 0 not convex, -1 unknown
+  double convexityCheckTime = 0.0;
 };
 
 // Reductions made by the presolve, for the JSON report.

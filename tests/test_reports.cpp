@@ -15,6 +15,7 @@
 #include "driver/debug_options.h"
 #include "driver/report.h"
 #include "interface/context.h"
+#include "interface/structures.h"
 #include "morvex.h"
 
 namespace {
@@ -169,6 +170,54 @@ TEST_F(Reports, ProfileWithoutElapsedTimeHasNoNonFiniteShares) {
             std::string::npos);
   printProfileCPUinfo(kc);
   EXPECT_EQ(cap.take().rfind("CPU information\n", 0), 0u);
+}
+
+// Each hint about the model's class appears exactly in its circumstances.
+TEST_F(Reports, ModelClassHintsFollowTheirConditions) {
+  PrintCapture cap(kc);
+  MxProblemCounts counts = mxCountProblem(kc);
+  counts.linIneq = 1;  // keeps the least-squares hint out of the way
+  MxSolveStats stats;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take(), "");
+
+  kc->model->conics.push_back(std::make_unique<MXCONIC>());
+  kc->opt.bar_conic_enable = 0;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take(), "\nHINT: Cone constraints were identified, but option bar_conic_enable=0.\n"
+                        "      Setting bar_conic_enable=1 may improve performance.\n");
+  kc->opt.bar_conic_enable = 1;
+
+  stats.quadraticModel = 1;
+  stats.realTime = 10.0;
+  stats.convexityCheckTime = 0.05;  // half a percent: not worth a hint
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take(), "");
+  stats.convexityCheckTime = 0.5;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take().rfind("\nHINT: Morvex spent   5.0% of solution time (0.500000 secs) checking model\n", 0), 0u);
+  kc->opt.convex = 0;
+
+  stats.convexity = 0;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take(), "");
+  printHints(kc, -202, counts, stats);
+  EXPECT_EQ(cap.take().rfind("\nHINT: The problem appears to be a non-convex QP or QCQP.", 0), 0u);
+  stats.quadraticModel = 0;
+
+  counts.integer = 2;
+  kc->opt.mip_method = 1;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take().rfind("\nHINT: The problem may be a non-convex mixed-integer problem.", 0), 0u);
+  stats.convexity = 1;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take(), "");
+  kc->opt.mip_method = 3;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take().rfind("\nHINT: The MISQP algorithm is just a heuristic", 0), 0u);
+  kc->opt.mip_multistart = 1;
+  printHints(kc, 0, counts, stats);
+  EXPECT_EQ(cap.take(), "");
 }
 
 }  // namespace
