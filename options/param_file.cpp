@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "driver/output.h"
 #include "driver/print.h"
 #include "interface/context.h"
 #include "options/option_files.h"
@@ -268,20 +269,14 @@ int MXL_load_param_filep(MXL_context *ctx, std::FILE *file, int tunerMode, int *
 }
 
 int mxLoadParamFile(MXL_context *ctx, const char *filename) {
-  std::FILE *file = std::fopen(filename, "r");
-  if (file == nullptr) {
+  MxFile file(std::fopen(filename, "r"));
+  if (!file) {
     mxl_printf(ctx, "ERROR: Morvex could not open file '%s' for input.\n", filename);
     return MX_RC_OPEN_FILE_ERR;
   }
   int tunerFileWanted = 0;
-  int rc = 0;
-  try {
-    rc = MXL_load_param_filep(ctx, file, 0, &tunerFileWanted);
-  } catch (...) {
-    std::fclose(file);
-    throw;
-  }
-  std::fclose(file);
+  int rc = MXL_load_param_filep(ctx, file.get(), 0, &tunerFileWanted);
+  file.reset();
   if (tunerFileWanted && !ctx->opt.tuner_optionsfile.empty()) {
     const std::string tunerFile = ctx->opt.tuner_optionsfile;
     if (mxLoadTunerFile(ctx, tunerFile.c_str()) != 0) rc = MX_RC_BAD_PARAMINPUT;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "driver/output.h"
 #include "driver/print.h"
 #include "interface/context.h"
 #include "options/option_files.h"
@@ -94,17 +95,17 @@ void mxWriteGroup(MXL_context *ctx, std::FILE *f, int group) {
 }  // namespace
 
 int mxSaveParamFile(MXL_context *ctx, const char *filename) {
-  std::FILE *f = std::fopen(filename, "w");
-  if (f == nullptr) {
+  MxFile file(std::fopen(filename, "w"));
+  if (!file) {
     mxl_printf(ctx, "WARNING: Morvex could not open file '%s' for output.\n", filename);
     return MX_RC_OPEN_FILE_ERR;
   }
+  std::FILE *f = file.get();
   std::fprintf(f, "# Morvex %s option file\n", MORVEX_VERSION_TEXT);
   std::fprintf(f, "# One option per line: name and value; '#' starts a comment.\n");
   for (int group : kGroupOrder) mxWriteGroup(ctx, f, group);
   mxWriteGroup(ctx, f, 0);
-  const bool failed = std::ferror(f) != 0;
-  if (std::fclose(f) != 0 || failed) {
+  if (std::fflush(f) != 0 || std::ferror(f) != 0) {
     mxl_printf(ctx, "WARNING: Morvex could not open file '%s' for output.\n", filename);
     return MX_RC_OPEN_FILE_ERR;
   }

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string>
 
+#include "driver/output.h"
 #include "driver/print.h"
 #include "interface/context.h"
 #include "options/option_files.h"
@@ -127,23 +128,15 @@ int mxTunerLine(MXL_context *ctx, const char *const *tokens, int count, int line
   return 0;
 }
 
+// A new file replaces the grid of an earlier one.
 int mxLoadTunerFile(MXL_context *ctx, const char *filename) {
-  std::FILE *file = std::fopen(filename, "r");
-  if (file == nullptr) {
+  MxFile file(std::fopen(filename, "r"));
+  if (!file) {
     mxl_printf(ctx, "WARNING: Morvex could not open file '%s' for input.\n", filename);
     return MX_RC_OPEN_FILE_ERR;
   }
-  MxTunerGrid previous;
-  previous.options.swap(ctx->tunerGrid.options);
-  int rc = 0;
-  try {
-    rc = MXL_load_param_filep(ctx, file, 1, nullptr);
-  } catch (...) {
-    std::fclose(file);
-    ctx->tunerGrid.options.swap(previous.options);
-    throw;
-  }
-  std::fclose(file);
+  ctx->tunerGrid.options.clear();
+  const int rc = MXL_load_param_filep(ctx, file.get(), 1, nullptr);
   ctx->tunerGrid.fromFile = true;
   return rc;
 }
