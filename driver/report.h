@@ -58,8 +58,9 @@ void printHead(MXL_context *ctx, int quiet, int outlev, const MxProblemCounts &c
 void printIterHead(MXL_context *ctx, int level, int iteration, int fCount, double obj, double feasError);
 void printIter(MXL_context *ctx, int level, unsigned iteration, unsigned fCount, unsigned cgIts,
                int printNow, double obj, double feasError, double optError, double stepNorm);
-void printFinal(MXL_context *ctx, int code, const MxExitInfo &info, const MxSolveStats &stats,
-                int printStats);
+// With writeCsv the solve table gets its row, also at `outlev` 0.
+void printFinal(MXL_context *ctx, int writeCsv, int code, const MxExitInfo &info,
+                const MxSolveStats &stats, int printStats);
 void printHints(MXL_context *ctx, int code, const MxProblemCounts &counts, const MxSolveStats &stats);
 
 // Writes the point to the new-point log when `newpoint` asks for it.

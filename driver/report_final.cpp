@@ -104,8 +104,9 @@ void mx_print_model_class_hints(MXL_context *ctx, int code, const MxProblemCount
 
 }  // namespace
 
-void printFinal(MXL_context *ctx, int code, const MxExitInfo &info, const MxSolveStats &stats,
-                int printStats) {
+void printFinal(MXL_context *ctx, int writeCsv, int code, const MxExitInfo &info,
+                const MxSolveStats &stats, int printStats) {
+  if (writeCsv) printCSVsolveInfo(ctx, code, mxCountProblem(ctx), stats);
   if (ctx->opt.outlev == 0) return;
   mxl_printf(ctx, "\n");
   if (ctx->opt.ms_enable == 1) mx_print_multistart_line(ctx, code, stats);

@@ -99,6 +99,20 @@ TEST_F(Reports, SolveTableRowsMatchTheHeaderAndChildrenWriteToTheRoot) {
   EXPECT_EQ(std::count(again.begin(), again.end(), mxCsvHeader()), 1);
 }
 
+TEST_F(Reports, FinalReportWritesItsRowEvenWhenSilent) {
+  PrintCapture cap(kc);
+  kc->opt.outlev = 0;
+  kc->opt.out_csvname = "silent.csv";
+  MxSolveStats stats;
+  printFinal(kc, 1, -411, MxExitInfo(), stats, 1);
+  printFinal(kc, 0, -411, MxExitInfo(), stats, 1);
+  closeCSVfile(kc);
+  EXPECT_EQ(cap.take(), "");
+  const std::vector<std::string> table = lines("silent.csv");
+  ASSERT_EQ(table.size(), 2u);
+  EXPECT_EQ(fields(table[1])[29], "-411");
+}
+
 TEST_F(Reports, SolveTableThatCannotBeOpenedIsReported) {
   PrintCapture cap(kc);
   kc->opt.out_csvname = "no/such/dir/t.csv";
