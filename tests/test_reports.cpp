@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -232,6 +233,31 @@ TEST_F(Reports, ModelClassHintsFollowTheirConditions) {
   kc->opt.mip_multistart = 1;
   printHints(kc, 0, counts, stats);
   EXPECT_EQ(cap.take(), "");
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(Reports, DebugFilesOpenPerAlgorithmFamilyWithTheChildsNumber) {
+  EXPECT_EQ(addIntSuffixToFilePath("mxdbg_summIP.log", 3), "mxdbg_summIP_3.log");
+  EXPECT_EQ(addIntSuffixToFilePath("out.d/trace", 12), "out.d/trace_12");
+  openDebugFiles(kc, true, -1);
+  EXPECT_EQ(mxDebugFile(kc, MX_DBG_SUMM), nullptr);  // debug is off
+
+  ASSERT_EQ(mkdir("dbg", 0755), 0);
+  kc->opt.outdir = "dbg";
+  kc->opt.debug = 1;
+  openDebugFiles(kc, true, -1);
+  EXPECT_NE(mxDebugFile(kc, MX_DBG_ACTSET), nullptr);
+  EXPECT_EQ(mxDebugFile(kc, MX_DBG_BARRIER), nullptr);
+  EXPECT_EQ(access("dbg/mxdbg_lpAS.log", F_OK), 0);
+  openDebugFiles(kc, false, 4);
+  EXPECT_EQ(mxDebugFile(kc, MX_DBG_ACTSET), nullptr);
+  EXPECT_NE(mxDebugFile(kc, MX_DBG_DIRECT), nullptr);
+  EXPECT_EQ(access("dbg/mxdbg_directIP_4.log", F_OK), 0);
+  closeDebugFiles(kc);
+  EXPECT_EQ(mxDebugFile(kc, MX_DBG_DIRECT), nullptr);
 }
 
 }  // namespace
