@@ -450,10 +450,6 @@ TEST_F(OptionFiles, ChildrenGetTheChangedOptionsButNotTheParentsFiles) {
   copyGivenNonDefaultOptions(kc, other, ids, 2);
   EXPECT_EQ(other->opt.maxit, 77);
   EXPECT_EQ(other->opt.outname, "parent.log");
-  const MxOptionBlock saved = storeOptions(other);
-  other->opt.maxit = 1;
-  copyOptions(other, saved);
-  EXPECT_EQ(other->opt.maxit, 77);
   mxl_destroy(other);
   mxl_destroy(node);
 }
