@@ -276,6 +276,10 @@ int mxLoadParamFile(MXL_context *ctx, const char *filename) {
   }
   int tunerFileWanted = 0;
   int rc = MXL_load_param_filep(ctx, file.get(), 0, &tunerFileWanted);
+  if (std::ferror(file.get())) {  // a directory opens, but cannot be read
+    mxl_printf(ctx, "ERROR: Morvex could not open file '%s' for input.\n", filename);
+    return MX_RC_OPEN_FILE_ERR;
+  }
   file.reset();
   if (tunerFileWanted && !ctx->opt.tuner_optionsfile.empty()) {
     const std::string tunerFile = ctx->opt.tuner_optionsfile;

@@ -137,6 +137,10 @@ int mxLoadTunerFile(MXL_context *ctx, const char *filename) {
   }
   ctx->tunerGrid.options.clear();
   const int rc = MXL_load_param_filep(ctx, file.get(), 1, nullptr);
+  if (std::ferror(file.get())) {  // a directory opens, but cannot be read
+    mxl_printf(ctx, "WARNING: Morvex could not open file '%s' for input.\n", filename);
+    return MX_RC_OPEN_FILE_ERR;
+  }
   ctx->tunerGrid.fromFile = true;
   return rc;
 }

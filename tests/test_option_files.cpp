@@ -192,6 +192,8 @@ TEST_F(OptionFiles, FilesThatCannotBeUsedAndCallsDuringASolve) {
   PrintCapture cap(kc);
   EXPECT_EQ(MX_load_param_file(kc, "absent.txt"), MX_RC_OPEN_FILE_ERR);
   EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file 'absent.txt' for input.\n");
+  EXPECT_EQ(MX_load_param_file(kc, "."), MX_RC_OPEN_FILE_ERR);
+  EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file '.' for input.\n");
   EXPECT_EQ(MX_load_tuner_file(kc, "absent.txt"), MX_RC_OPEN_FILE_ERR);
   EXPECT_EQ(cap.take(), "WARNING: Morvex could not open file 'absent.txt' for input.\n");
   EXPECT_EQ(MX_save_param_file(kc, "no/such/dir/x.txt"), MX_RC_OPEN_FILE_ERR);
