@@ -4,6 +4,7 @@
 #include "driver/print.h"
 #include "driver/report.h"
 #include "interface/context.h"
+#include "interface/structures.h"
 
 namespace {
 
@@ -73,10 +74,39 @@ void mx_print_vectors(MXL_context *ctx) {
   }
 }
 
+// Hints about quadratic and mixed-integer models.
+void mx_print_model_class_hints(MXL_context *ctx, int code, const MxProblemCounts &c,
+                                const MxSolveStats &s) {
+  const double share = s.realTime > 0.0 ? 100.0 * s.convexityCheckTime / s.realTime : 0.0;
+  if (s.quadraticModel && ctx->opt.convex == -1 && share >= 1.0) {
+    mxl_printf(ctx, "\nHINT: Morvex spent %5.1f%% of solution time (%f secs) checking model\n", share,
+               s.convexityCheckTime);
+    mxl_printf(ctx, "      convexity. To skip the automatic convexity checker for QPs and QCQPs,\n");
+    mxl_printf(ctx, "      explicity set the user option convex=0 or convex=1.\n");
+  }
+  if (s.quadraticModel && s.convexity == 0 && ctx->resolvedQcqpInit == 0 && code != 0) {
+    mxl_printf(ctx, "\nHINT: The problem appears to be a non-convex QP or QCQP.  It is advised to\n");
+    mxl_printf(ctx, "      experiment with different initialization strategies via the user option\n");
+    mxl_printf(ctx, "      ncvx_qcqp_init to try to improve performance or the solution quality.\n");
+  }
+  const bool integers = c.binary + c.integer > 0;
+  if (integers && ctx->opt.mip_method == 1 && s.convexity != 1 && ctx->opt.mip_multistart == 0) {
+    mxl_printf(ctx, "\nHINT: The problem may be a non-convex mixed-integer problem.  Set\n");
+    mxl_printf(ctx, "      mip_multistart=1 to enable a mixed-integer multistart heuristic,\n");
+    mxl_printf(ctx, "      which may improve the chances of finding the global solution.\n");
+  }
+  if (ctx->opt.mip_method == 3 && ctx->opt.ms_enable == 0 && ctx->opt.mip_multistart == 0) {
+    mxl_printf(ctx, "\nHINT: The MISQP algorithm is just a heuristic for mixed-integer problems.\n");
+    mxl_printf(ctx, "      Use mip_multistart=1 to enable a mixed-integer multistart heuristic,\n");
+    mxl_printf(ctx, "      which may improve the chances of finding the global solution.\n");
+  }
+}
+
 }  // namespace
 
-void printFinal(MXL_context *ctx, int code, const MxExitInfo &info, const MxSolveStats &stats,
-                int printStats) {
+void printFinal(MXL_context *ctx, int writeCsv, int code, const MxExitInfo &info,
+                const MxSolveStats &stats, int printStats) {
+  if (writeCsv) printCSVsolveInfo(ctx, code, mxCountProblem(ctx), stats);
   if (ctx->opt.outlev == 0) return;
   mxl_printf(ctx, "\n");
   if (ctx->opt.ms_enable == 1) mx_print_multistart_line(ctx, code, stats);
@@ -99,8 +129,14 @@ void printHints(MXL_context *ctx, int code, const MxProblemCounts &c, const MxSo
     mxl_printf(ctx, "      an unobserved solution. Set ms_terminate=0 to disable multi-start rule-based\n");
     mxl_printf(ctx, "      termination procedure.\n");
   }
+  const bool cones = ctx->model && !ctx->model->conics.empty();
+  if (cones && ctx->opt.bar_conic_enable == 0) {
+    mxl_printf(ctx, "\nHINT: Cone constraints were identified, but option bar_conic_enable=0.\n");
+    mxl_printf(ctx, "      Setting bar_conic_enable=1 may improve performance.\n");
+  }
   const int inequalities = c.linIneq + c.quadIneq + c.nlIneq + c.linRange + c.quadRange + c.nlRange;
-  if (c.objType == MX_OBJTYPE_NONE && inequalities == 0 && c.equalities() > 0 && c.comps == 0) {
+  if (c.objType == MX_OBJTYPE_NONE && inequalities == 0 && c.equalities() > 0 && c.comps == 0 &&
+      !cones) {
     mxl_printf(ctx, "\nHINT: The problem seems to be a least-squares model (i.e. the objective\n");
     mxl_printf(ctx, "      function is constant and there are no general inequality constraints).\n");
     mxl_printf(ctx, "      Using the Morvex least-squares interface may improve performance.\n");
@@ -109,5 +145,5 @@ void printHints(MXL_context *ctx, int code, const MxProblemCounts &c, const MxSo
     mxl_printf(ctx, "\nHINT: For large problems, one of the parallel linear solvers available in \n");
     mxl_printf(ctx, "      Morvex (e.g., linsolver=6, 7, or 8) may improve performance.\n");
   }
-  (void)code;
+  mx_print_model_class_hints(ctx, code, c, stats);
 }

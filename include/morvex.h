@@ -475,6 +475,26 @@ MX_EXPORT int MXL_get_param_id(MXL_context_ptr mx, const char *name, int *param_
 MX_EXPORT int MXL_get_param_id_from_index(MXL_context_ptr mx, int param_index, int *param_id);
 MX_EXPORT int MXL_write_param_desc_file(MXL_context_ptr mx, const char *filename);
 
+/* Reads options from a text file: one option per line, its name and its
+ * value (a number, with 0x for hex, or the name of an enum value in any
+ * case); blank lines and text after '#' are skipped. A bad line prints its
+ * error and leaves that option as it was; the other lines apply and the
+ * call returns -521 at the end. A file that cannot be read returns -505.
+ * When the file sets tuner_optionsfile, that tuner file is read as well. */
+MX_EXPORT int MX_load_param_file(MX_context_ptr mx, const char *filename);
+/* Writes every option to filename in the form MX_load_param_file reads.
+ * String values are written as one token. */
+MX_EXPORT int MX_save_param_file(MX_context_ptr mx, const char *filename);
+/* Reads the options and values the tuner is to try: one option per line
+ * followed by its values, or an enum option alone to try all its values. */
+MX_EXPORT int MX_load_tuner_file(MX_context_ptr mx, const char *filename);
+/* Prints each option that differs from its default as "name value". */
+MX_EXPORT int MX_print_options(MX_context_ptr mx);
+MX_EXPORT int MXL_load_param_file(MXL_context_ptr mx, const char *filename);
+MX_EXPORT int MXL_save_param_file(MXL_context_ptr mx, const char *filename);
+MX_EXPORT int MXL_load_tuner_file(MXL_context_ptr mx, const char *filename);
+MX_EXPORT int MXL_print_options(MXL_context_ptr mx);
+
 /* @@STRUCTURE-CALLS@@ */
 
 /* @@MODEL-CALLS@@ */

@@ -142,9 +142,13 @@ void mx_init_copy(const MXL_context &source, MXL_context &target) {
 int mx_copy_problem(MXL_context *source, MXL_context *target, int keepIntegerTypes,
                     int copySolverState) {
   return mx_guard(target, [&]() {
-    // Options that differ from their defaults are all that a copy of the
-    // block carries beyond a reset, so the block is copied whole.
-    target->opt = source->opt;
+    // A reset block keeps the target's own run-time defaults (a node child's
+    // tighter feastol_abs); the user's changes then come on top of it.
+    MXL_reset_params_to_defaults(target);
+    copyNondefaultOptions(source, target);
+    target->opt.hessopt = source->opt.hessopt;
+    target->opt.gradopt = source->opt.gradopt;
+    target->opt.concurrent_evals = source->opt.concurrent_evals;
     target->resolvedHessopt = source->resolvedHessopt;
     mx_init_copy(*source, *target);
     if (source->model && target->model) MXMODcopy(*source->model, *target->model);

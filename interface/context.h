@@ -16,6 +16,7 @@
 #include "morvex.h"
 #include "driver/error_measures.h"
 #include "linalg/blas_table.h"
+#include "options/option_files.h"
 #include "options/options.h"
 
 using nnzint = int64_t;
@@ -57,7 +58,7 @@ struct MXMOD {
   std::unique_ptr<MXQUAD> quadratic;
   int varsAdded = 0, consAdded = 0, objAdded = 0, rsdsAdded = 0;
   int numVars = 0, numCons = 0, numRsds = 0;
-  int numericGradModes = 0;
+  int numericGradModes = 0;  // bit 0: a callback uses forward, bit 1: central differences
   int someGradExact = 1;
   MxConstantStore constants;
   // Pattern summaries merged from the structures.
@@ -132,9 +133,22 @@ struct MxObjective {
   bool hasName = false;
 };
 
+// Where the time of a solve went, for the profile printed with `debug` 1.
+struct MxProfileTimes {
+  double totalReal = 0.0, totalCpu = 0.0;
+  double fcTime = 0.0, gaTime = 0.0, hTime = 0.0, hvTime = 0.0;
+  int fcCount = 0, gaCount = 0, hCount = 0, hvCount = 0;
+  double internalEvalTime = 0.0;
+  double blasTime = 0.0;
+  double lapackTime = 0.0;
+  int lapackCount = 0;
+  double presolveTime = 0.0, loadTime = 0.0, setupTime = 0.0;
+};
+
 struct MxTimers {
   double startReal = 0.0;
   double startCpu = 0.0;
+  MxProfileTimes profile;
 };
 
 struct MXL_context {
@@ -175,9 +189,15 @@ struct MXL_context {
   int resolvedLinsolver = 0;
   int resolvedBlasoption = 0;
   int resolvedLinsysStorage = 0;
+  int resolvedFeasible = 0;
+  int resolvedPenaltyCons = 0;
+  int resolvedHonorbnds = 0;
+  int resolvedQcqpInit = 0;
+  int resolvedMurule = 0;
   double activePenalty = 10.0;
   int isLP = 0;
   int msReportId = 0;  // the value of parameter id 999
+  MxTunerGrid tunerGrid;  // options and values read from a tuner options file
 
   // Problem data.
   int n = 0, m = 0, r = 0;

@@ -1,0 +1,474 @@
+// Option files (parameter and tuner files), the range repairs and the
+// cross-option rules run at a solve, and the copies of options into children.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <unistd.h>
+
+#include "capture.h"
+#include "interface/context.h"
+#include "interface/structures.h"
+#include "morvex.h"
+#include "options/option_files.h"
+#include "options/options.h"
+
+namespace {
+
+struct OptionFiles : testing::Test {
+  MX_context_ptr kc = nullptr;
+  std::string dir, oldDir;
+  void SetUp() override {
+    char tmpl[] = "/tmp/mxoptXXXXXX";
+    dir = mkdtemp(tmpl);
+    char cwd[4096];
+    oldDir = getcwd(cwd, sizeof cwd);
+    ASSERT_EQ(chdir(dir.c_str()), 0);
+    ASSERT_EQ(MX_new(&kc), 0);
+  }
+  void TearDown() override {
+    MX_free(&kc);
+    ASSERT_EQ(chdir(oldDir.c_str()), 0);
+    std::system(("rm -rf " + dir).c_str());
+  }
+  static void write(const char *name, const std::string &text) { std::ofstream(name) << text; }
+  int intOpt(int id) {
+    int v = 0;
+    EXPECT_EQ(MX_get_int_param(kc, id, &v), 0);
+    return v;
+  }
+  double dblOpt(int id) {
+    double v = 0;
+    EXPECT_EQ(MX_get_double_param(kc, id, &v), 0);
+    return v;
+  }
+};
+
+TEST_F(OptionFiles, CommentsBlankLinesEnumNamesAndHexLoad) {
+  write("opts.txt",
+        "# a comment line\n"
+        "\n"
+        "   \t \r\n"
+        "algorithm   DIRECT   # value, then a comment\n"
+        "hessopt\tBfGs\r\n"
+        "maxit 0x10\n"
+        "feastol 1e-8#no blank before the comment\n"
+        "outname run.log\n"
+        "bar_murule 2\n");
+  PrintCapture cap(kc);
+  EXPECT_EQ(MX_load_param_file(kc, "opts.txt"), 0);
+  EXPECT_EQ(cap.take(), "");
+  EXPECT_EQ(intOpt(MX_PARAM_ALGORITHM), 1);
+  EXPECT_EQ(intOpt(MX_PARAM_HESSOPT), 2);
+  EXPECT_EQ(intOpt(MX_PARAM_MAXIT), 16);
+  EXPECT_EQ(dblOpt(MX_PARAM_FEASTOL), 1e-8);
+  EXPECT_EQ(kc->opt.outname, "run.log");
+  EXPECT_EQ(intOpt(MX_PARAM_BAR_MURULE), 2);
+
+  write("empty.txt", "");
+  EXPECT_EQ(MX_load_param_file(kc, "empty.txt"), 0);
+}
+
+// A value other than the default for every row, chosen so that a double
+// needs all its digits to survive the trip.
+void setNonDefault(MXL_context *ctx, const MxParamSpec &row, const std::string &tunerFile) {
+  if (row.type == MX_PARAMTYPE_ENUM) {
+    for (int i = 0; i < row.numValues; ++i)
+      if (row.values[i].value != getEnumParamDefaultValue(row)) {
+        mxIntSlot(ctx->opt, row) = row.values[i].value;
+        return;
+      }
+  } else if (row.type == MX_PARAMTYPE_INTEGER) {
+    const int def = getIntParamDefaultValue(row);
+    const bool up = !(row.flags & MX_FLAG_MAX) || def + 1 <= row.intMax;
+    mxIntSlot(ctx->opt, row) = up ? def + 1 : def - 1;
+  } else if (row.type == MX_PARAMTYPE_FLOAT) {
+    const double def = getDblParamDefaultValue(ctx, row);
+    mxDblSlot(ctx->opt, row) = def != 0.0 ? def * 0.8765432109876543 : 0.1234567890123457;
+  } else {
+    std::string value = "s_" + std::string(row.name);
+    if (row.apiId == MX_PARAM_TUNER_OPTIONSFILE) value = tunerFile;
+    if (row.apiId == MX_PARAM_OUTDIR) value = ".";
+    mxStrSlot(ctx->opt, row) = value;
+  }
+}
+
+TEST_F(OptionFiles, SaveThenLoadReproducesEveryOption) {
+  write("tuner.txt", "bar_murule 1 2\n");
+  const MxParamSpec *rows = getMorvexParamSpecifications();
+  for (int i = 0; i < getNbParamSpecs(); ++i) setNonDefault(kc, rows[i], "tuner.txt");
+  PrintCapture cap(kc);
+  ASSERT_EQ(MX_save_param_file(kc, "saved.txt"), 0);
+
+  MX_context_ptr other = nullptr;
+  ASSERT_EQ(MX_new(&other), 0);
+  PrintCapture otherCap(other);
+  EXPECT_EQ(MX_load_param_file(other, "saved.txt"), 0) << otherCap.text;
+  for (int i = 0; i < getNbParamSpecs(); ++i) {
+    const MxParamSpec &row = rows[i];
+    if (mxParamIsInt(row))
+      EXPECT_EQ(mxIntSlot(other->opt, row), mxIntSlot(kc->opt, row)) << row.name;
+    else if (row.type == MX_PARAMTYPE_FLOAT)
+      EXPECT_EQ(mxDblSlot(other->opt, row), mxDblSlot(kc->opt, row)) << row.name;
+    else
+      EXPECT_EQ(mxStrSlot(other->opt, row), mxStrSlot(kc->opt, row)) << row.name;
+  }
+  // The tuner file named in the saved file came along.
+  ASSERT_EQ(other->tunerGrid.options.size(), 1u);
+  EXPECT_EQ(other->tunerGrid.options[0].values, (std::vector<double>{1, 2}));
+  MX_free(&other);
+
+  // An unset string is saved as a comment, and reads back as unset.
+  MX_context_ptr fresh = nullptr;
+  ASSERT_EQ(MX_new(&fresh), 0);
+  ASSERT_EQ(MX_save_param_file(fresh, "defaults.txt"), 0);
+  std::ifstream in("defaults.txt");
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_NE(text.find("\n# outname                   .\n"), std::string::npos);
+  EXPECT_EQ(text.rfind("# Morvex ", 0), 0u);
+  EXPECT_EQ(MX_load_param_file(fresh, "defaults.txt"), 0);
+  MX_free(&fresh);
+}
+
+TEST_F(OptionFiles, BadLinesReportAndTheOthersApply) {
+  write("bad.txt",
+        "feastol 1e-7\n"
+        "hessopt bogus\n"
+        "maxit 12 13\n"
+        "algorithm 9\n"
+        "lmsize 0\n"
+        "lmsize 500\n"
+        "maxit 12x\n"
+        "opttol abc\n"
+        "Algorithm 1\n"
+        "xtol\n"
+        "outname a b\n"
+        "maxit\n"
+        "alg 3\n"
+        "bar_murule 2\n");
+  PrintCapture cap(kc);
+  EXPECT_EQ(MX_load_param_file(kc, "bad.txt"), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(cap.take(),
+            "MXL_load_param_file detects syntax error for 'hessopt', line 2\n"
+            "MXL_load_param_file found extra tokens for 'maxit', line 3\n"
+            "MXL_load_param_file detects syntax error for 'algorithm', line 4: 9 is not a valid value\n"
+            "MXL_load_param_file finds value 0 for 'lmsize' out of range (minimum is 1), line 5\n"
+            "MXL_load_param_file finds value 500 for 'lmsize' out of range (maximum is 100), line 6\n"
+            "MXL_load_param_file detects bad option value '12x' for option 'maxit'.\n"
+            "The value for this option setting should be a simple number.\n"
+            "Required numerical parameter not understood for opttol, line 8\n"
+            "MX_load_param_file found unknown token 'Algorithm', line 9\n"
+            "Argument for xtol missing, line 10\n"
+            "Extra tokens for outname, line 11\n"
+            "MXL_load_param_file missing argument for 'maxit', line 12\n"
+            "WARNING:  Option 'alg' deprecated, please use 'algorithm'.\n");
+  EXPECT_EQ(dblOpt(MX_PARAM_FEASTOL), 1e-7);
+  EXPECT_EQ(intOpt(MX_PARAM_ALGORITHM), 3);
+  EXPECT_EQ(intOpt(MX_PARAM_BAR_MURULE), 2);
+  EXPECT_EQ(intOpt(MX_PARAM_HESSOPT), 0);
+  EXPECT_EQ(intOpt(MX_PARAM_MAXIT), 0);
+  EXPECT_EQ(intOpt(MX_PARAM_LMSIZE), 10);
+  EXPECT_TRUE(kc->opt.outname.empty());
+  EXPECT_EQ(kc->fatalError, 0);
+
+  // The single-option form names the setter and no line.
+  const char *unknown[] = {"nope", "1"};
+  EXPECT_EQ(do_parsed_line(kc, unknown, 2, 7, MX_LINE_SINGLE), -1);
+  const char *bad[] = {"maxit", "7z"};
+  EXPECT_EQ(do_parsed_line(kc, bad, 2, 7, MX_LINE_SINGLE), -1);
+  const char *range[] = {"lmsize", "0"};
+  EXPECT_EQ(do_parsed_line(kc, range, 2, 7, MX_LINE_SINGLE), -1);
+  EXPECT_EQ(cap.take(),
+            "MX_set_param found unknown token 'nope'\n"
+            "MXL_set_param detects bad option value '7z' for option 'maxit'.\n"
+            "The value for this option setting should be a simple number.\n"
+            "MXL_set_param finds value 0 for 'lmsize' out of range (minimum is 1)\n");
+}
+
+TEST_F(OptionFiles, FilesThatCannotBeUsedAndCallsDuringASolve) {
+  PrintCapture cap(kc);
+  EXPECT_EQ(MX_load_param_file(kc, "absent.txt"), MX_RC_OPEN_FILE_ERR);
+  EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file 'absent.txt' for input.\n");
+  EXPECT_EQ(MX_load_param_file(kc, "."), MX_RC_OPEN_FILE_ERR);
+  EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file '.' for input.\n");
+  EXPECT_EQ(MX_load_tuner_file(kc, "absent.txt"), MX_RC_OPEN_FILE_ERR);
+  EXPECT_EQ(cap.take(), "WARNING: Morvex could not open file 'absent.txt' for input.\n");
+  EXPECT_EQ(MX_save_param_file(kc, "no/such/dir/x.txt"), MX_RC_OPEN_FILE_ERR);
+  EXPECT_EQ(cap.take(), "WARNING: Morvex could not open file 'no/such/dir/x.txt' for output.\n");
+
+  write("ok.txt", "maxit 5\n");
+  kc->solveInProgress = 1;
+  EXPECT_EQ(MX_load_param_file(kc, "ok.txt"), MX_RC_ILLEGAL_CALL);
+  EXPECT_EQ(MX_load_tuner_file(kc, "ok.txt"), MX_RC_ILLEGAL_CALL);
+  EXPECT_EQ(cap.take(),
+            "ERROR: Cannot call MXL_load_param_file while solving.\n"
+            "WARNING: Cannot call MXL_load_tuner_file while solving.\n");
+  kc->solveInProgress = 0;
+  EXPECT_EQ(kc->opt.maxit, 0);
+
+  // A tuner file named by a parameter file that cannot be read fails the
+  // load, while the parameter lines stay in force.
+  write("with_tuner.txt", "maxit 5\ntuner_optionsfile missing_tuner.txt\n");
+  EXPECT_EQ(MX_load_param_file(kc, "with_tuner.txt"), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(kc->opt.maxit, 5);
+}
+
+TEST_F(OptionFiles, TunerFileKeepsValidOptionsAndWarnsForTheRest) {
+  write("tuner.txt",
+        "algorithm 1 2 3\n"
+        "bar_murule\n"
+        "outlev 1 2\n"
+        "lmsize 5 10\n"
+        "feastol\n"
+        "outname x\n"
+        "algorithm 4\n"
+        "bar_maxcrossit 0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17\n"
+        "hessopt 2 6\n"
+        "bar_initmu 0.1 0.01\n"
+        "linsolver 4 bogus\n");
+  PrintCapture cap(kc);
+  EXPECT_EQ(MX_load_tuner_file(kc, "tuner.txt"), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(cap.take(),
+            "Morvex Tuner ignoring option 'outlev', which is not a valid tuning option.\n"
+            "Morvex Tuner ignoring option 'lmsize', which is only valid for the LBFGS Hessian option.\n"
+            "Morvex Tuner ignoring option 'feastol', which is not a valid tuning option.\n"
+            "Character type option 'outname' defined in Tuner options file will be ignored.\n"
+            "Tuning option 'algorithm' has been set multiple times in the Tuner options file.\n"
+            "Only the first setting will be used.\n"
+            "Morvex Tuner allows at most 16 test values per option.\n"
+            "Only the first 16 values will be tested for option 'bar_maxcrossit'.\n"
+            "MXL_load_tuner_file detects syntax error for 'linsolver', line 11\n");
+  const MxTunerGrid &grid = kc->tunerGrid;
+  EXPECT_TRUE(grid.fromFile);
+  ASSERT_EQ(grid.options.size(), 5u);
+  EXPECT_EQ(grid.options[0].values, (std::vector<double>{1, 2, 3}));
+  EXPECT_TRUE(grid.options[1].tunerChooses);
+  EXPECT_EQ(grid.options[2].values.size(), 16u);
+  EXPECT_EQ(grid.options[4].kind, 2);
+  EXPECT_EQ(grid.options[4].values, (std::vector<double>{0.1, 0.01}));
+
+  // lmsize is kept once the file offers the L-BFGS Hessian; a name alone
+  // has no values for an option the tuner cannot enumerate.
+  write("tuner2.txt", "hessopt 2 6\nlmsize 5 10\nbar_maxcrossit\n");
+  EXPECT_EQ(MX_load_tuner_file(kc, "tuner2.txt"), 0);
+  EXPECT_EQ(cap.take(),
+            "Morvex Tuner ignoring option 'bar_maxcrossit', which has no tuning value settings.\n");
+  ASSERT_EQ(kc->tunerGrid.options.size(), 2u);
+  EXPECT_EQ(kc->tunerGrid.options[1].name, "lmsize");
+  EXPECT_FALSE(isValidTunerOption("maxit"));
+}
+
+// Values set through setters are stored as given; the check at the solve
+// repairs them to the default with one warning each.
+TEST_F(OptionFiles, IllegalValuesFromSettersAreRepairedAtTheSolve) {
+  PrintCapture cap(kc);
+  ASSERT_EQ(MX_set_int_param(kc, MX_PARAM_LMSIZE, 0), 0);
+  ASSERT_EQ(MX_set_int_param(kc, MX_PARAM_HESSOPT, 42), 0);
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_FEASTOL, -1.0), 0);
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_OPTTOL, std::nan("")), 0);
+  ASSERT_EQ(MX_set_int_param(kc, MX_PARAM_ALGORITHM, -2), 0);  // hidden, yet legal
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MAXTIME_CPU, 500.0), 0);
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MS_MAXTIME_CPU, 100.0), 0);
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MAXTIME_REAL, 500.0), 0);
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_TUNER_MAXTIME_REAL, 50.0), 0);
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MS_MAXTIME_REAL, 70.0), 0);
+  chkspecs(kc);
+  EXPECT_EQ(cap.take(),
+            "WARNING:  Detected an illegal value for a user option.\n"
+            "          Changing 'feastol' from -1 to 1e-06.\n"
+            "WARNING:  Detected an illegal value for a user option.\n"
+            "          Changing 'hessopt' from 42 to 0.\n"
+            "WARNING:  Detected an illegal value for a user option.\n"
+            "          Changing 'lmsize' from 0 to 10.\n"
+            "WARNING:  Detected an illegal value for a user option.\n"
+            "          Changing 'opttol' from nan to 1e-06.\n");
+  EXPECT_EQ(intOpt(MX_PARAM_LMSIZE), 10);
+  EXPECT_EQ(intOpt(MX_PARAM_HESSOPT), 0);
+  EXPECT_EQ(intOpt(MX_PARAM_ALGORITHM), -2);
+  EXPECT_EQ(dblOpt(MX_PARAM_MAXTIME_CPU), 100.0);
+  EXPECT_EQ(dblOpt(MX_PARAM_MAXTIME_REAL), 50.0);
+  chkspecs(kc);
+  EXPECT_EQ(cap.take(), "");
+}
+
+// One case per cross-option rule: the setup, the warning and what changed.
+struct RuleCase {
+  const char *name;
+  std::function<void(MXL_context *)> setup;
+  const char *warning;
+  std::function<bool(const MXL_context *)> changed;
+};
+
+TEST_F(OptionFiles, EachCrossOptionRuleFiresOnItsCase) {
+  const RuleCase cases[] = {
+      {"eval_fcga", [](MXL_context *c) { c->opt.eval_fcga = 1; c->resolvedHessopt = 4; },
+       "WARNING: Option hessopt=4 not valid when eval_fcga=1.\n         Changing hessopt to 6 (LBFGS).\n",
+       [](const MXL_context *c) { return c->resolvedHessopt == 6; }},
+      {"apple solver", [](MXL_context *c) { c->resolvedLinsolver = 9; },
+       "WARNING: Option linsolver=9 is only available for the Apple Silicon platform MacOS 13+.\n"
+       "         Changing to linsolver=0.\n",
+       [](const MXL_context *c) { return c->resolvedLinsolver == 0; }},
+      {"cones", [](MXL_context *c) {
+         c->model->conics.push_back(std::make_unique<MXCONIC>());
+         c->resolvedAlgorithm = 4;
+         c->resolvedHessopt = 5;
+       },
+       "WARNING: This model has L2 norm (e.g. conic) structure.\n"
+       "         Switching to Interior/Direct algorithm.\n"
+       "WARNING: Option hessopt=5 not valid for model with L2 norm structure.\n"
+       "         Changing hessopt to 6 (LBFGS).\n",
+       [](const MXL_context *c) { return c->resolvedAlgorithm == 1 && c->resolvedHessopt == 6; }},
+      {"direct products", [](MXL_context *c) { c->resolvedAlgorithm = 1; c->resolvedHessopt = 5; },
+       "WARNING: Option hessopt=5 not valid for Interior/Direct algorithm.\n"
+       "         Switching to Interior/CG algorithm.\n",
+       [](const MXL_context *c) { return c->resolvedAlgorithm == 2; }},
+      {"sqp products", [](MXL_context *c) { c->resolvedAlgorithm = 4; c->resolvedHessopt = 5; },
+       "WARNING: Option hessopt=5 not valid for Active-Set/SQP algorithm.\n"
+       "         Switching to Active-Set/CG algorithm.\n",
+       [](const MXL_context *c) { return c->resolvedAlgorithm == 3; }},
+      {"active set", [](MXL_context *c) {
+         c->resolvedAlgorithm = 3;
+         c->opt.linsolver_ooc = 1;
+         c->resolvedFeasible = 1;
+         c->resolvedLinsolver = 7;
+       },
+       "WARNING: Option linsolver_ooc=1 not valid for Active-Set algorithms.\n"
+       "         Setting linsolver_ooc=0.\n"
+       "WARNING: Option bar_feasible not valid for Active-Set algorithms.\n"
+       "WARNING: Option linsolver=7 not available for Active-Set algorithms.\n"
+       "         Switching to linsolver=AUTO.\n",
+       [](const MXL_context *c) { return c->opt.linsolver_ooc == 0 && c->resolvedLinsolver == 0; }},
+      {"inactive solver options", [](MXL_context *c) {
+         c->resolvedAlgorithm = 1;
+         c->opt.linsolver_inexact = 1;
+         c->opt.linsolver_ooc = 1;
+         c->resolvedLinsolver = 4;
+       },
+       "WARNING: Option linsolver_inexact=1 is not active for linsolver=4.\n"
+       "WARNING: Option linsolver_ooc=1 is not active for linsolver=4.\n",
+       [](const MXL_context *c) { return c->opt.linsolver_ooc == 1; }},
+      {"finite differences", [](MXL_context *c) {
+         c->opt.gradopt = 3;
+         c->resolvedAlgorithm = 2;
+         c->resolvedFeasible = 1;
+         c->resolvedHonorbnds = 1;
+         c->resolvedHessopt = 4;
+         c->opt.derivcheck = 1;
+       },
+       "WARNING: Option bar_feasible=1 not guaranteed when using finite difference gradients.\n"
+       "         Use exact gradients to ensure feasibility stays satisfied.\n"
+       "WARNING: Option honorbnds not guaranteed when using central difference gradients.\n"
+       "         Use exact gradients or forward differences to ensure feasibility.\n"
+       "WARNING: Option hessopt=4 not valid when using finite difference gradients.\n"
+       "         Changing hessopt to 6 (LBFGS).\n"
+       "WARNING: Unable to perform a derivative check when using finite difference gradients.\n"
+       "         No derivative check will be performed.\n",
+       [](const MXL_context *c) { return c->resolvedHessopt == 6 && c->opt.derivcheck == 0; }},
+      {"callback with forward differences", [](MXL_context *c) {
+         c->model->numericGradModes = 1;
+         c->opt.derivcheck = 1;
+       },
+       "WARNING: Unable to perform a derivative check when using finite difference gradients.\n"
+       "         No derivative check will be performed.\n",
+       [](const MXL_context *c) { return c->opt.derivcheck == 0; }},
+      {"multi-start off", [](MXL_context *c) {
+         c->opt.ms_maxsolves = 5;
+         c->opt.ms_maxbndrange = 10.0;
+         c->opt.ms_startptrange = 1e20 * (1 + 1e-15);  // within tolerance: unchanged
+         c->opt.ms_seed = 3;
+       },
+       "WARNING: Option ms_maxsolves was set, but option ms_enable='no'.\n"
+       "WARNING: Option ms_maxbndrange was set, but option ms_enable='no'.\n"
+       "WARNING: Option ms_seed was set, but option ms_enable='no'.\n",
+       [](const MXL_context *) { return true; }},
+      {"feasible needs penalty", [](MXL_context *c) {
+         c->resolvedAlgorithm = 1;
+         c->resolvedFeasible = 2;
+         c->resolvedPenaltyCons = 3;
+       },
+       "WARNING: Option bar_feasible=2 requires bar_penaltycons=2 (all).\n"
+       "         Changing bar_penaltycons to 2.\n",
+       [](const MXL_context *c) { return c->resolvedPenaltyCons == 2; }},
+  };
+  for (const RuleCase &rc : cases) {
+    MX_context_ptr ctx = nullptr;
+    ASSERT_EQ(MX_new(&ctx), 0);
+    PrintCapture cap(ctx);
+    rc.setup(ctx);
+    chkspecdependencies(ctx);
+    EXPECT_EQ(cap.take(), rc.warning) << rc.name;
+    EXPECT_TRUE(rc.changed(ctx)) << rc.name;
+    MX_free(&ctx);
+  }
+
+  // debug needs output: the warning cannot print at outlev 0, the repair holds.
+  kc->opt.outlev = 0;
+  kc->opt.debug = 1;
+  chkspecdependencies(kc);
+  EXPECT_EQ(kc->opt.debug, 0);
+
+  PrintCapture cap(kc);
+  kc->opt.outlev = 2;
+  kc->opt.mip_rootalg = 3;
+  kc->opt.mip_gomory = 2;
+  chkMIPspecdependencies(kc, 1);
+  EXPECT_EQ(kc->opt.mip_gomory, 2);
+  chkMIPspecdependencies(kc, 0);
+  EXPECT_EQ(cap.take(),
+            "WARNING: For MINLP, option mip_gomory=2 requires mip_rootalg=1.\n"
+            "         Changing mip_gomory to 0.\n");
+  EXPECT_EQ(kc->opt.mip_gomory, 0);
+}
+
+TEST_F(OptionFiles, ChildrenGetTheChangedOptionsButNotTheParentsFiles) {
+  ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
+  kc->opt.maxit = 77;
+  kc->opt.opttol = 1e-9;
+  kc->opt.outname = "parent.log";
+  kc->opt.out_csvinfo = 1;
+  kc->opt.mip_method = 2;
+  MXL_context *node = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 1);
+  ASSERT_NE(node, nullptr);
+  ASSERT_EQ(mx_copy_problem(kc, node, 0, 0), 0);
+  EXPECT_EQ(node->opt.maxit, 77);
+  EXPECT_EQ(node->opt.opttol, 1e-9);
+  EXPECT_TRUE(node->opt.outname.empty());
+  EXPECT_EQ(node->opt.out_csvinfo, 0);
+  EXPECT_EQ(node->opt.feastol_abs, 1e-6);  // the node's own default
+
+  // A parent's own choice of feastol_abs does reach the child.
+  kc->opt.feastol_abs = 1e-4;
+  ASSERT_EQ(mx_copy_problem(kc, node, 0, 0), 0);
+  EXPECT_EQ(node->opt.feastol_abs, 1e-4);
+
+  MXL_context *other = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 2);
+  copyNondefaultMipOptions(kc, other);
+  EXPECT_EQ(other->opt.mip_method, 2);
+  EXPECT_EQ(other->opt.maxit, 0);
+  const int ids[] = {MX_PARAM_MAXIT, MX_PARAM_OUTNAME};
+  copyGivenNonDefaultOptions(kc, other, ids, 2);
+  EXPECT_EQ(other->opt.maxit, 77);
+  EXPECT_EQ(other->opt.outname, "parent.log");
+  mxl_destroy(other);
+  mxl_destroy(node);
+}
+
+TEST_F(OptionFiles, ListingShowsOnlyChangedOptions) {
+  PrintCapture cap(kc);
+  EXPECT_EQ(MX_print_options(kc), 0);
+  EXPECT_EQ(cap.take(), "");
+  kc->opt.feastol = 1e-6 + 1e-22;  // equal within machine precision
+  kc->opt.maxit = 20;
+  kc->opt.opttol = 2.5e-7;
+  kc->opt.outname = "run.log";
+  EXPECT_EQ(MX_print_options(kc), 0);
+  EXPECT_EQ(cap.take(),
+            "maxit                    20\n"
+            "opttol                   2.5e-07\n"
+            "outname                  run.log\n");
+}
+
+}  // namespace
