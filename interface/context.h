@@ -14,6 +14,8 @@
 
 #include "morvex.h"
 #include "options/options.h"
+#include "interface/evaluation.h"
+#include "interface/patterns.h"
 
 using nnzint = int64_t;
 
@@ -58,6 +60,7 @@ struct MXMOD {
   int someGradExact = 1;
   MxConstantStore constants;
   // Pattern summaries merged from the structures.
+  MxMergeSummary merged;
 
   explicit MXMOD(MXL_context *o);
   ~MXMOD();
@@ -185,6 +188,11 @@ struct MXL_context {
   std::vector<double> lambda;   // m + n: constraints first, then bounds
 
   // Structure, patterns and evaluation state (merged model, callbacks).
+  MxInnerPatterns pat;
+  MxEvalState eval;
+  MxHooks hooks;
+  MxOlderCallbacks older;
+  MXL_context *parentContext = nullptr;  // the context a child was copied from
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;
