@@ -241,7 +241,8 @@ typedef int MX_cb_routine(MX_context_ptr kc, MX_cb_context_ptr cb,
 
 /* Adds a callback for the objective (evalObj non-zero) and the nC listed
  * constraints (each at most once); *cb receives the callback. Not after a
- * solve. Two callbacks on one constraint add their values. */
+ * solve. Two callbacks on one constraint add their values. The _all form
+ * covers the objective and every constraint, the _one form one constraint. */
 MX_EXPORT int MX_add_eval_callback(MX_context_ptr kc, const int evalObj, const int nC, const int *indexCons, MX_cb_routine *funcCallback, MX_cb_context_ptr *cb);
 MX_EXPORT int MX_add_eval_callback_all(MX_context_ptr kc, MX_cb_routine *funcCallback, MX_cb_context_ptr *cb);
 MX_EXPORT int MX_add_eval_callback_one(MX_context_ptr kc, const int indexCon, MX_cb_routine *funcCallback, MX_cb_context_ptr *cb);

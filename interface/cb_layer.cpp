@@ -118,6 +118,13 @@ size_t mx_jac_size(const MXL_context *ctx) { return static_cast<size_t>(ctx->pat
 
 }  // namespace
 
+void mxEvalStartSolve(MXL_context *ctx) {
+  ctx->eval.counters.clear();
+  ctx->eval.stopRequested = 0;
+  ctx->eval.pointEvaluated = 0;
+  ctx->eval.pointFeasible = 0;
+}
+
 void addFCstructures(MXL_context *ctx, const double *x, double *obj, double *c) {
   MXMOD &mod = *ctx->model;
   *obj += mod.constants.objConstant;

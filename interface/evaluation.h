@@ -103,6 +103,8 @@ int MXCBevalR_one(MXL_context *ctx, MXCB *cb, const double *x, double *rsd);
 int mxCombineCodes(bool stop, bool failure, bool evalError);
 
 // ---- The layer the algorithms call ----
+// A fresh solve: clears the counters, the stop mark and the point state.
+void mxEvalStartSolve(MXL_context *ctx);
 // Values at x into obj and c (m); with eval_fcga also objGrad (n) and jac
 // (merged Jacobian) when those are non-null. Returns 0 or a negative code.
 int callbackForFC(MXL_context *ctx, int wantStructures, const double *x, double *obj, double *c,

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "eval_fixture.h"
+#include "interface/frame.h"
 #include "interface/structures.h"
 
 namespace {
@@ -409,6 +410,70 @@ TEST_F(Resolve, DeletedTermsLeaveThePatternAndEmptyConstraintsBecomeConstant) {
             "ERROR: Constraint c[0] is constant and\n"
             "       violates the constraint lower bound =     1.00000000000000e+00\n");
   EXPECT_EQ(kc->fatalError, 0);
+}
+
+// ---- Hooks ----
+
+int hookReturns(MX_context_ptr, const double *, const double *, void *p) { return *static_cast<int *>(p); }
+
+int linsolverReturns(MX_context_ptr, MX_linsys_request_ptr, MX_linsys_result_ptr res, void *p) {
+  res->negeig = -1;
+  return *static_cast<int *>(p);
+}
+
+TEST_F(EvalModel, NewPointHookEndsTheSolveOnANegativeReturn) {
+  build(1, 0);
+  int rc = 0;
+  const double x[1] = {0}, lambda[1] = {0};
+  EXPECT_EQ(callbackForNewPoint(kc, x, lambda), 1) << "no hook: go on";
+  ASSERT_EQ(MX_set_newpt_callback(kc, hookReturns, &rc), 0);
+  ASSERT_EQ(MX_set_mip_node_callback(kc, hookReturns, &rc), 0);
+  EXPECT_EQ(callbackForNewPoint(kc, x, lambda), 1);
+  rc = -504;
+  EXPECT_EQ(callbackForNewPoint(kc, x, lambda), 0);
+  EXPECT_EQ(kc->returnCode, MX_RC_USER_TERMINATION);
+  EXPECT_EQ(kc->status, MX_STATUS_FINISHED);
+  EXPECT_EQ(out->take(), "");
+  kc->opt.debug = 1;
+  EXPECT_EQ(callbackForNewPoint(kc, x, lambda), 0);
+  EXPECT_EQ(out->take(), "\nEXIT: User routine for newptCallback returned -504.\n");
+  rc = -7;
+  EXPECT_EQ(callbackForNewPoint(kc, x, lambda), 0);
+  EXPECT_EQ(kc->returnCode, MX_RC_CALLBACK_ERR);
+  EXPECT_EQ(out->take(),
+            "ERROR: User routine for newptCallback returned -7.\n"
+            "       User's newpoint operation failed.\n");
+  // Children keep the new-point and linear solver hooks only.
+  MX_context_ptr child = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 1);
+  ASSERT_EQ(mx_copy_problem(kc, child, 1, 0), 0);
+  EXPECT_EQ(child->hooks.newpt, &hookReturns);
+  EXPECT_EQ(child->hooks.mipNode, nullptr);
+  EXPECT_EQ(MX_free(&child), 0);
+}
+
+TEST_F(EvalModel, LinearSolverHookFallsBackOrFailsTheSolve) {
+  build(1, 0);
+  int rc = MX_RC_LINEAR_SOLVER_ERR;
+  ASSERT_EQ(MX_set_linsolver_callback(kc, linsolverReturns, &rc), 0);
+  MX_linsys_request req{};
+  MX_linsys_result res{};
+  req.phase = MX_LINSOLVER_PHASE_INIT;
+  req.linsysID = 3;
+  EXPECT_EQ(MXCBlinsolver(kc, &req, &res, 1), 1);
+  EXPECT_EQ(out->take(),
+            "WARNING: User routine for linsolver_callback returned -522.\n"
+            "         Using Morvex internal linear solver for this system.\n");
+  rc = 0;
+  req.phase = MX_LINSOLVER_PHASE_FACTOR;
+  kc->resolvedAlgorithm = 1;
+  const int code = mx_guard(kc, [&] { return MXCBlinsolver(kc, &req, &res, 1); });
+  EXPECT_EQ(code, MX_RC_LINEAR_SOLVER_ERR);
+  EXPECT_EQ(out->take(),
+            "ERROR: User routine for linsolver callback requires\n"
+            "       non-negative 'negeig' value for factorization phase\n"
+            "       when using algorithm=1.\n"
+            "ERROR: Fatal failure from linear solver callback routine (linsysID=3).\n");
+  EXPECT_EQ(MXCBlinsolver(kc, &req, &res, 0), 0);
 }
 
 }  // namespace
