@@ -389,6 +389,11 @@ TEST_F(Resolve, ChangesMergeIntoTheJacobianAndLeaveTheHessian) {
   const double lambda[5] = {0, 3, 0, 0, 0};
   ASSERT_EQ(callbackForH(kc, MX_EVALTYPE_H, x, 2.0, lambda, nullptr, kc->pat.hess.values.data(), nullptr), 0);
   EXPECT_EQ(hessAt(0, 0), 2.0 * 2 + 6);
+  // An update without solve leaves the linear values alone in place.
+  std::fill(kc->pat.jac.values.begin(), kc->pat.jac.values.end(), 9.0);
+  mxRefillLinearValues(kc);
+  EXPECT_EQ(jacAt(0, 0), 1.25);
+  EXPECT_EQ(jacAt(1, 0), 0.0);
 }
 
 TEST_F(Resolve, DeletedTermsLeaveThePatternAndEmptyConstraintsBecomeConstant) {
@@ -410,6 +415,43 @@ TEST_F(Resolve, DeletedTermsLeaveThePatternAndEmptyConstraintsBecomeConstant) {
             "ERROR: Constraint c[0] is constant and\n"
             "       violates the constraint lower bound =     1.00000000000000e+00\n");
   EXPECT_EQ(kc->fatalError, 0);
+}
+
+// ---- Least squares ----
+
+int residuals(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr q, MX_eval_result_ptr r, void *) {
+  const double *x = q->x;
+  if (q->type == MX_EVALTYPE_RSD) {
+    r->rsd[0] = x[0] * x[1];  // residual 1
+    r->rsd[1] = x[0] * x[0];  // residual 0
+  }
+  if (q->type == MX_EVALTYPE_RSDJAC) {
+    const double j[4] = {2 * x[0], 1, x[1], x[0]};  // (0,0) (0,1) (1,0) (1,1)
+    for (int k = 0; k < 4; ++k) r->rsdJac[k] = j[k];
+  }
+  return 0;
+}
+
+TEST_F(EvalModel, ResidualsAddCallbacksLinearTermsAndConstants) {
+  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_rsds(kc, 2, nullptr), 0);
+  const int rsds[2] = {1, 0}, jr[4] = {0, 0, 1, 1}, jv[4] = {0, 1, 0, 1};
+  MX_cb_context_ptr cb = nullptr;
+  ASSERT_EQ(MX_add_lsq_eval_callback(kc, 2, rsds, residuals, &cb), 0);
+  ASSERT_EQ(MX_set_cb_rsd_jac(kc, cb, 4, jr, jv, residuals), 0);
+  ASSERT_EQ(MX_add_rsd_linear_term(kc, 0, 1, 3.0), 0);
+  ASSERT_EQ(MX_add_rsd_constant(kc, 0, 1.0), 0);
+  ASSERT_EQ(prepare(), 0);
+  EXPECT_EQ(kc->pat.rsdJac.nnz, 4);
+  const double x[2] = {2, 5};
+  double r[2];
+  ASSERT_EQ(callbackForNLSR(kc, x, r), 0);
+  EXPECT_EQ(r[0], 4 + 15 + 1);
+  EXPECT_EQ(r[1], 10);
+  std::vector<double> J(4);
+  ASSERT_EQ(callbackForNLSJ(kc, x, J.data()), 0);
+  const double expected[4] = {4, 1 + 3, 5, 2};
+  for (int k = 0; k < 4; ++k) EXPECT_EQ(J[mxFindJacEntry(kc->pat.rsdJac, jr[k], jv[k])], expected[k]) << k;
 }
 
 // ---- Hooks ----
