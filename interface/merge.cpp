@@ -214,6 +214,7 @@ int mxLoadJacobian(MXL_context *ctx, MXMOD *model, void *reserved, int checkPatt
   mx_retype_linear_cons(ctx, lin);
   model->merged.jacobianLoaded = 1;
   model->merged.mergedM = ctx->m;
+  model->merged.mergedN = ctx->n;
   return 0;
 }
 
@@ -327,17 +328,31 @@ int mxLoadHessian(MXL_context *ctx, MXMOD *model) {
   return 0;
 }
 
+// Variables added after the Hessian was merged have empty rows in it.
+static void mx_pad_hessian_rows(MXL_context *ctx) {
+  std::vector<nnzint> &ptr = ctx->pat.hess.rowPtr;
+  if (ptr.empty() || static_cast<int>(ptr.size()) > ctx->n) return;
+  ptr.resize(static_cast<size_t>(ctx->n) + 1, ptr.back());
+}
+
 int mxMergeStructure(MXL_context *ctx) {
-  if (static_cast<unsigned>(ctx->changeLevel) >= 2u) return 0;
   MXMOD *model = ctx->model.get();
+  int level = ctx->changeLevel;
+  // Items added since the last merge leave the patterns short of rows.
+  const MxMergeSummary &last = model->merged;
+  if (level == -1 && last.jacobianLoaded && (ctx->n != last.mergedN || ctx->m != last.mergedM)) level = 1;
+  if (static_cast<unsigned>(level) >= 2u) return 0;
   mxDefaultCallbackPatterns(ctx);
   const bool check = mxKindChecksPatterns(ctx->subproblemKind);
   const bool childKeepsHessian = !check;  // those children copied it from the parent
-  if (ctx->changeLevel == 0 && !childKeepsHessian)
+  if (level == 0 && !childKeepsHessian) {
     if (const int rc = mxLoadHessian(ctx, model)) return rc;
+  } else {
+    mx_pad_hessian_rows(ctx);
+  }
   if (const int rc = mxLoadJacobian(ctx, model, nullptr, check)) return rc;
   if (ctx->r > 0) {
-    if (!childKeepsHessian)
+    if (level == 0 && !childKeepsHessian)
       if (const int rc = mxLoadResJacobian(ctx, model, check)) return rc;
     return 0;
   }

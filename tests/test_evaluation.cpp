@@ -394,6 +394,15 @@ TEST_F(Resolve, ChangesMergeIntoTheJacobianAndLeaveTheHessian) {
   mxRefillLinearValues(kc);
   EXPECT_EQ(jacAt(0, 0), 1.25);
   EXPECT_EQ(jacAt(1, 0), 0.0);
+  // Items added after a solve: the patterns get their rows at the next one.
+  solved();
+  ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
+  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  ASSERT_EQ(prepare(), 0);
+  EXPECT_EQ(kc->pat.jac.rowPtr.size(), 4u);
+  EXPECT_EQ(kc->pat.hess.rowPtr.size(), 5u);
+  EXPECT_EQ(kc->pat.hess.indexVars2, hess.indexVars2);
+  EXPECT_EQ(kc->pat.objGrad.mask.size(), 4u);
 }
 
 TEST_F(Resolve, DeletedTermsLeaveThePatternAndEmptyConstraintsBecomeConstant) {
