@@ -86,7 +86,7 @@ void addGAstructures(MXL_context *ctx, const double *x, double *objGrad, double 
 void addHstructures(MXL_context *ctx, int evalType, const double *x, double sigma,
                     const double *lambda, const double *vec, double *hess, double *hessVec);
 
-// ---- Callback pipeline: 0, -502, -500 or -504 (Part of the evaluation contract) ----
+// ---- Callback pipeline: returns 0, -502, -500 or -504 ----
 // objGrad and jac non-null ask for the combined evaluation (eval_fcga).
 int MXCBevalFC(MXL_context *ctx, MXMOD *model, const double *x, double *obj, double *c,
                double *objGrad, double *jac);
