@@ -497,6 +497,252 @@ MX_EXPORT int MXL_print_options(MXL_context_ptr mx);
 
 /* @@STRUCTURE-CALLS@@ */
 
+/* ------------------------------------------------------------------------
+ * Evaluation callbacks
+ *
+ * A callback covers the objective (evalObj), a list of constraints, or a
+ * list of residuals. The solver calls its routines with a request and a
+ * result record; the routine writes in compact form, in the order of the
+ * callback's own lists and patterns, and the solver adds the values into
+ * the model. Linear, quadratic and L2-norm terms given as structure are added
+ * by the solver on top of what callbacks return.
+ * ---------------------------------------------------------------------- */
+
+typedef struct MXCB MX_cb_context;
+typedef MX_cb_context *MX_cb_context_ptr;
+
+/* Evaluation types (MX_eval_request.type). */
+#define MX_EVALTYPE_FC        1  /* objective and constraint values */
+#define MX_EVALTYPE_GA        2  /* first derivatives */
+#define MX_EVALTYPE_H         3  /* Hessian of the Lagrangian */
+#define MX_EVALTYPE_HV        7  /* Hessian-vector product */
+#define MX_EVALTYPE_H_NO_F    8  /* Hessian without the objective part */
+#define MX_EVALTYPE_HV_NO_F   9  /* product without the objective part */
+#define MX_EVALTYPE_RSD      10  /* residuals */
+#define MX_EVALTYPE_RSDJAC   11  /* residual Jacobian */
+#define MX_EVALTYPE_FCGA     12  /* values and first derivatives in one call */
+
+/* Gradient modes of a callback (MX_set_cb_gradopt). */
+#define MX_GRADOPT_EXACT        1
+#define MX_GRADOPT_FORWARD      2
+#define MX_GRADOPT_CENTRAL      3
+#define MX_GRADOPT_USER_FORWARD 4
+#define MX_GRADOPT_USER_CENTRAL 5
+
+/* Dense pattern forms for the nnzJ and nnzH arguments. MX_DENSE_ROWMAJOR
+ * lists a Jacobian constraint by constraint (each over all variables) and
+ * a Hessian upper triangle row by row; MX_DENSE_COLMAJOR lists a Jacobian
+ * variable by variable and a Hessian upper triangle column by column. */
+#define MX_DENSE_ROWMAJOR -2
+#define MX_DENSE_COLMAJOR -3
+
+/* What the solver asks for. x has n entries; lambda (m + n entries,
+ * constraints first) and sigma are set for Hessian requests; vec (n) for
+ * Hessian-vector products. threadID numbers the calling thread. */
+typedef struct MX_eval_request {
+  int type;
+  int threadID;
+  const double *x;
+  const double *lambda;
+  const double *sigma;
+  const double *vec;
+} MX_eval_request, *MX_eval_request_ptr;
+
+/* Where the routine writes. Only the arrays of the request's type are set:
+ * obj and c for types 1 and 12; objGrad and jac (in the order of the
+ * callback's patterns) for types 2 and 12; hess for types 3 and 8; hessVec
+ * (n) for types 7 and 9; rsd for type 10; rsdJac for type 11. */
+typedef struct MX_eval_result {
+  double *obj;
+  double *c;
+  double *objGrad;
+  double *jac;
+  double *hess;
+  double *hessVec;
+  double *rsd;
+  double *rsdJac;
+} MX_eval_result, *MX_eval_result_ptr;
+
+/* A user routine. Return 0 (or a positive value) on success, -502
+ * (MX_RC_EVAL_ERR) when the functions are not defined at x, -504
+ * (MX_RC_USER_TERMINATION) to stop the solve; any other negative value is a
+ * hard failure (the solve ends with -500). */
+typedef int MX_cb_routine(MX_context_ptr kc, MX_cb_context_ptr cb,
+                          MX_eval_request_ptr evalRequest,
+                          MX_eval_result_ptr evalResult, void *userParams);
+
+/* Adds a callback for the objective (evalObj non-zero) and the nC listed
+ * constraints (each at most once); *cb receives the callback. Not after a
+ * solve. Two callbacks on one constraint add their values. The _all form
+ * covers the objective and every constraint, the _one form one constraint. */
+MX_EXPORT int MX_add_eval_callback(MX_context_ptr kc, const int evalObj, const int nC, const int *indexCons, MX_cb_routine *funcCallback, MX_cb_context_ptr *cb);
+MX_EXPORT int MX_add_eval_callback_all(MX_context_ptr kc, MX_cb_routine *funcCallback, MX_cb_context_ptr *cb);
+MX_EXPORT int MX_add_eval_callback_one(MX_context_ptr kc, const int indexCon, MX_cb_routine *funcCallback, MX_cb_context_ptr *cb);
+/* The same for residuals of a least-squares model. */
+MX_EXPORT int MX_add_lsq_eval_callback(MX_context_ptr kc, const int nR, const int *indexRsds, MX_cb_routine *rsdCallback, MX_cb_context_ptr *cb);
+MX_EXPORT int MX_add_lsq_eval_callback_all(MX_context_ptr kc, MX_cb_routine *rsdCallback, MX_cb_context_ptr *cb);
+MX_EXPORT int MX_add_lsq_eval_callback_one(MX_context_ptr kc, const int indexRsd, MX_cb_routine *rsdCallback, MX_cb_context_ptr *cb);
+
+/* First-derivative patterns and routine, once per callback, not after a
+ * solve. nV = -1: the gradient is dense over all variables. nnzJ may be
+ * MX_DENSE_ROWMAJOR or MX_DENSE_COLMAJOR. gradCallback may be NULL when
+ * derivatives are computed by differences. */
+MX_EXPORT int MX_set_cb_grad(MX_context_ptr kc, MX_cb_context_ptr cb, const int nV, const int *objGradIndexVars, const MX_nnz nnzJ, const int *jacIndexCons, const int *jacIndexVars, MX_cb_routine *gradCallback);
+/* Hessian pattern (upper triangle: hessIndexVars1[k] <= hessIndexVars2[k])
+ * and routine, once per callback; nnzH may be a dense form. */
+MX_EXPORT int MX_set_cb_hess(MX_context_ptr kc, MX_cb_context_ptr cb, const MX_nnz nnzH, const int *hessIndexVars1, const int *hessIndexVars2, MX_cb_routine *hessCallback);
+/* Residual Jacobian pattern and routine, once per callback. */
+MX_EXPORT int MX_set_cb_rsd_jac(MX_context_ptr kc, MX_cb_context_ptr cb, const MX_nnz nnzJ, const int *jacIndexRsds, const int *jacIndexVars, MX_cb_routine *rsdJacCallback);
+
+MX_EXPORT int MX_set_cb_user_params(MX_context_ptr kc, MX_cb_context_ptr cb, void *userParams);
+/* MX_GRADOPT_* for this callback. */
+MX_EXPORT int MX_set_cb_gradopt(MX_context_ptr kc, MX_cb_context_ptr cb, const int gradopt);
+/* Relative finite-difference steps of this callback, per variable. */
+MX_EXPORT int MX_set_cb_relstepsizes(MX_context_ptr kc, MX_cb_context_ptr cb, const int nV, const int *indexVars, const double *xRelStepSizes);
+MX_EXPORT int MX_set_cb_relstepsizes_all(MX_context_ptr kc, MX_cb_context_ptr cb, const double *xRelStepSizes);
+MX_EXPORT int MX_set_cb_relstepsize(MX_context_ptr kc, MX_cb_context_ptr cb, const int indexVar, const double xRelStepSize);
+
+/* Counts of a callback; dense patterns report their full size. */
+MX_EXPORT int MX_get_cb_number_cons(MX_context_ptr kc, MX_cb_context_ptr cb, int *const numCons);
+MX_EXPORT int MX_get_cb_number_rsds(MX_context_ptr kc, MX_cb_context_ptr cb, int *const numRsds);
+MX_EXPORT int MX_get_cb_objgrad_nnz(MX_context_ptr kc, MX_cb_context_ptr cb, MX_nnz *const nnz);
+MX_EXPORT int MX_get_cb_jacobian_nnz(MX_context_ptr kc, MX_cb_context_ptr cb, MX_nnz *const nnz);
+MX_EXPORT int MX_get_cb_rsd_jacobian_nnz(MX_context_ptr kc, MX_cb_context_ptr cb, MX_nnz *const nnz);
+MX_EXPORT int MX_get_cb_hessian_nnz(MX_context_ptr kc, MX_cb_context_ptr cb, MX_nnz *const nnz);
+
+/* ------------------------------------------------------------------------
+ * Other user hooks, one routine and one user pointer each
+ * ---------------------------------------------------------------------- */
+
+/* Called with the current x and lambda (m + n): at each accepted iterate
+ * (new point), at each mixed-integer node, after each multi-start solve, or
+ * to add user cuts and lazy constraints. A negative return stops the solve:
+ * -504 as a user stop, anything else as a failure (-500). */
+typedef int MX_user_callback(MX_context_ptr kc, const double *x, const double *lambda, void *userParams);
+/* Fills the start point x (and, if wanted, lambda) of multi-start solve
+ * number nSolveNumber within the given variable bounds. */
+typedef int MX_ms_initpt_callback(MX_context_ptr kc, const int nSolveNumber, const double *xLoBnds, const double *xUpBnds, double *x, double *lambda, void *userParams);
+
+/* Phases of a linear solve handed to a user linear solver. */
+#define MX_LINSOLVER_PHASE_INIT     1
+#define MX_LINSOLVER_PHASE_ANALYZE  2
+#define MX_LINSOLVER_PHASE_FACTOR   3
+#define MX_LINSOLVER_PHASE_SOLVE    4
+
+/* A symmetric system (upper triangle, compressed by rows) and, for the
+ * solve phase, its right-hand side. n11 is the size of the leading block
+ * whose pivots count as the system's positive part. */
+typedef struct MX_linsys_request {
+  int phase;
+  int linsysID;
+  int n;
+  int n11;
+  MX_nnz nnz;
+  const double *values;
+  const int *indexCols;
+  const MX_nnz *rowPtr;
+  const double *rhs;
+} MX_linsys_request, *MX_linsys_request_ptr;
+
+/* The routine writes the solution (solve phase) and the number of negative
+ * eigenvalues (factorization phase; -1 when unknown). */
+typedef struct MX_linsys_result {
+  double *solution;
+  int negeig;
+} MX_linsys_result, *MX_linsys_result_ptr;
+
+/* Returns 0 on success; -522 in the first phase hands the systems back to
+ * the internal solver. */
+typedef int MX_linsolver_callback(MX_context_ptr kc, MX_linsys_request_ptr linsysRequest, MX_linsys_result_ptr linsysResult, void *userParams);
+
+MX_EXPORT int MX_set_newpt_callback(MX_context_ptr kc, MX_user_callback *fnPtr, void *userParams);
+MX_EXPORT int MX_set_mip_node_callback(MX_context_ptr kc, MX_user_callback *fnPtr, void *userParams);
+MX_EXPORT int MX_set_mip_usercuts_callback(MX_context_ptr kc, MX_user_callback *fnPtr, void *userParams);
+MX_EXPORT int MX_set_mip_lazyconstraints_callback(MX_context_ptr kc, MX_user_callback *fnPtr, void *userParams);
+MX_EXPORT int MX_set_ms_process_callback(MX_context_ptr kc, MX_user_callback *fnPtr, void *userParams);
+MX_EXPORT int MX_set_ms_initpt_callback(MX_context_ptr kc, MX_ms_initpt_callback *fnPtr, void *userParams);
+/* Receives every printed line (see MX_puts). */
+MX_EXPORT int MX_set_puts_callback(MX_context_ptr kc, MX_puts *fnPtr, void *userParams);
+MX_EXPORT int MX_set_linsolver_callback(MX_context_ptr kc, MX_linsolver_callback *fnPtr, void *userParams);
+
+/* ------------------------------------------------------------------------
+ * Older family: one routine for all requests of a problem loaded through
+ * the MXL_ calls. evalRequestCode is an evaluation type above; the arrays
+ * are global (n variables, m constraints). The 64 forms take 64-bit counts.
+ * ---------------------------------------------------------------------- */
+typedef int MXL_callback(const int evalRequestCode, const int n, const int m, const int nnzJ, const int nnzH,
+                         const double *x, const double *lambda, double *obj, double *c, double *objGrad,
+                         double *jac, double *hessian, double *hessVector, void *userParams);
+typedef int MXL_callback64(const int evalRequestCode, const int n, const int m, const MX_nnz nnzJ, const MX_nnz nnzH,
+                           const double *x, const double *lambda, double *obj, double *c, double *objGrad,
+                           double *jac, double *hessian, double *hessVector, void *userParams);
+/* Residuals (and their Jacobian) of a least-squares problem. */
+typedef int MXL_lsq_callback(const int n, const int m, const int nnzJ, const double *x, double *rsd,
+                             double *jac, void *userParams);
+typedef int MXL_lsq_callback64(const int n, const int m, const MX_nnz nnzJ, const double *x, double *rsd,
+                               double *jac, void *userParams);
+typedef int MXL_user_callback(MXL_context_ptr kc, const double *x, const double *lambda, void *userParams);
+typedef int MXL_ms_initpt_callback(const int nSolveNumber, const int n, const double *xLoBnds,
+                                   const double *xUpBnds, double *x, void *userParams);
+
+MX_EXPORT int MXL_set_func_callback(MXL_context_ptr kc, MXL_callback *fnPtr);
+MX_EXPORT int MXL_set_grad_callback(MXL_context_ptr kc, MXL_callback *fnPtr);
+MX_EXPORT int MXL_set_hess_callback(MXL_context_ptr kc, MXL_callback *fnPtr);
+MX_EXPORT int MXL_set_func_callback64(MXL_context_ptr kc, MXL_callback64 *fnPtr);
+MX_EXPORT int MXL_set_grad_callback64(MXL_context_ptr kc, MXL_callback64 *fnPtr);
+MX_EXPORT int MXL_set_hess_callback64(MXL_context_ptr kc, MXL_callback64 *fnPtr);
+MX_EXPORT int MXL_set_newpt_callback(MXL_context_ptr kc, MXL_user_callback *fnPtr);
+MX_EXPORT int MXL_set_newpoint_callback(MXL_context_ptr kc, MXL_user_callback *fnPtr);
+MX_EXPORT int MXL_set_ms_process_callback(MXL_context_ptr kc, MXL_user_callback *fnPtr);
+MX_EXPORT int MXL_set_mip_node_callback(MXL_context_ptr kc, MXL_user_callback *fnPtr);
+MX_EXPORT int MXL_set_ms_initpt_callback(MXL_context_ptr kc, MXL_ms_initpt_callback *fnPtr);
+MX_EXPORT int MXL_lsq_set_res_callback(MXL_context_ptr kc, MXL_lsq_callback *fnPtr);
+MX_EXPORT int MXL_lsq_set_jac_callback(MXL_context_ptr kc, MXL_lsq_callback *fnPtr);
+MX_EXPORT int MXL_lsq_set_res_callback64(MXL_context_ptr kc, MXL_lsq_callback64 *fnPtr);
+MX_EXPORT int MXL_lsq_set_jac_callback64(MXL_context_ptr kc, MXL_lsq_callback64 *fnPtr);
+
+/* ------------------------------------------------------------------------
+ * Linear, quadratic and L2-norm structure
+ *
+ * Terms are appended; several terms of one coordinate add up. A zero
+ * coefficient is checked and skipped. Linear terms of constraints and of
+ * the objective may be added, deleted (all terms of a coordinate) and
+ * changed (replaced) after a solve; delete and change only after a solve.
+ * Quadratic terms c * x1 * x2, L2 norms and residual terms are fixed by the
+ * first solve.
+ * ---------------------------------------------------------------------- */
+MX_EXPORT int MX_add_con_linear_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexCons, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_add_con_linear_struct_one(MX_context_ptr kc, const MX_nnz nnz, const int indexCon, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_add_con_linear_term(MX_context_ptr kc, const int indexCon, const int indexVar, const double coef);
+MX_EXPORT int MX_add_obj_linear_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_add_obj_linear_term(MX_context_ptr kc, const int indexVar, const double coef);
+MX_EXPORT int MX_add_rsd_linear_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexRsds, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_add_rsd_linear_struct_one(MX_context_ptr kc, const MX_nnz nnz, const int indexRsd, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_add_rsd_linear_term(MX_context_ptr kc, const int indexRsd, const int indexVar, const double coef);
+
+MX_EXPORT int MX_del_con_linear_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexCons, const int *indexVars);
+MX_EXPORT int MX_del_con_linear_struct_one(MX_context_ptr kc, const MX_nnz nnz, const int indexCon, const int *indexVars);
+MX_EXPORT int MX_del_con_linear_term(MX_context_ptr kc, const int indexCon, const int indexVar);
+MX_EXPORT int MX_del_obj_linear_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexVars);
+MX_EXPORT int MX_del_obj_linear_term(MX_context_ptr kc, const int indexVar);
+
+MX_EXPORT int MX_chg_con_linear_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexCons, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_chg_con_linear_struct_one(MX_context_ptr kc, const MX_nnz nnz, const int indexCon, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_chg_con_linear_term(MX_context_ptr kc, const int indexCon, const int indexVar, const double coef);
+MX_EXPORT int MX_chg_obj_linear_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexVars, const double *coefs);
+MX_EXPORT int MX_chg_obj_linear_term(MX_context_ptr kc, const int indexVar, const double coef);
+
+MX_EXPORT int MX_add_con_quadratic_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexCons, const int *indexVars1, const int *indexVars2, const double *coefs);
+MX_EXPORT int MX_add_con_quadratic_struct_one(MX_context_ptr kc, const MX_nnz nnz, const int indexCon, const int *indexVars1, const int *indexVars2, const double *coefs);
+MX_EXPORT int MX_add_con_quadratic_term(MX_context_ptr kc, const int indexCon, const int indexVar1, const int indexVar2, const double coef);
+MX_EXPORT int MX_add_obj_quadratic_struct(MX_context_ptr kc, const MX_nnz nnz, const int *indexVars1, const int *indexVars2, const double *coefs);
+MX_EXPORT int MX_add_obj_quadratic_term(MX_context_ptr kc, const int indexVar1, const int indexVar2, const double coef);
+
+/* Adds ||A x + b||_2 to constraint indexCon, where A (nCoords rows) is
+ * given by nnz triplets (indexCoords, indexVars, coefs) and b by constants
+ * (NULL: zero). Only on constraints without nonlinear terms. */
+MX_EXPORT int MX_add_con_L2norm(MX_context_ptr kc, const int indexCon, const int nCoords, const MX_nnz nnz, const int *indexCoords, const int *indexVars, const double *coefs, const double *constants);
+
 /* @@MODEL-CALLS@@ */
 
 /* ------------------------------------------------------------------------

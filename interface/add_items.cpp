@@ -104,6 +104,7 @@ void mx_add_block(MXL_context *ctx, MxAddWhat what, int count) {
   grow(ctx, MxGrowPass{static_cast<size_t>(newSize), false});
   std::vector<double> lambda;
   if (what != MX_ADD_RSDS) lambda = mx_lambda_with(ctx, newN, newM);
+  mxStructuresGrow(ctx, newN, newM);
   grow(ctx, MxGrowPass{static_cast<size_t>(newSize), true});
   if (what != MX_ADD_RSDS) ctx->lambda.swap(lambda);
   ctx->resolvedBlasoption = savedBlas;

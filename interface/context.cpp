@@ -121,6 +121,7 @@ void MXMODcopy(const MXMOD &source, MXMOD &target) {
   target.numericGradModes = source.numericGradModes;
   target.someGradExact = source.someGradExact;
   target.constants = source.constants;
+  mxStructuresCopy(source, target);
 }
 
 void mx_init_copy(const MXL_context &source, MXL_context &target) {
@@ -137,6 +138,13 @@ void mx_init_copy(const MXL_context &source, MXL_context &target) {
   target.noInitialLambda = source.noInitialLambda;
   target.isLeastSquares = source.isLeastSquares;
   target.isMixedInteger = source.isMixedInteger;
+  target.pat = source.pat;
+  target.hooks.newpt = source.hooks.newpt;
+  target.hooks.newptParams = source.hooks.newptParams;
+  target.hooks.linsolver = source.hooks.linsolver;
+  target.hooks.linsolverParams = source.hooks.linsolverParams;
+  target.eval.finDiffGA = source.eval.finDiffGA;
+  target.parentContext = const_cast<MXL_context *>(&source);
 }
 
 int mx_copy_problem(MXL_context *source, MXL_context *target, int keepIntegerTypes,

@@ -18,6 +18,8 @@
 #include "linalg/blas_table.h"
 #include "options/option_files.h"
 #include "options/options.h"
+#include "interface/evaluation.h"
+#include "interface/patterns.h"
 
 using nnzint = int64_t;
 
@@ -62,6 +64,7 @@ struct MXMOD {
   int someGradExact = 1;
   MxConstantStore constants;
   // Pattern summaries merged from the structures.
+  MxMergeSummary merged;
 
   explicit MXMOD(MXL_context *o);
   ~MXMOD();
@@ -213,6 +216,11 @@ struct MXL_context {
   MxBlasTable blasTable;
   // Error measures and the best point of the current solve.
   MxErrorState errState;
+  MxInnerPatterns pat;
+  MxEvalState eval;
+  MxHooks hooks;
+  MxOlderCallbacks older;
+  MXL_context *parentContext = nullptr;  // the context a child was copied from
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;
