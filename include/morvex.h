@@ -1007,6 +1007,41 @@ MX_EXPORT int MX_get_con_names(MX_context_ptr kc, const int nC, const int *index
 MX_EXPORT int MX_get_con_names_all(MX_context_ptr kc, const int bufferSize, char *const cNames[]);
 MX_EXPORT int MX_get_con_name(MX_context_ptr kc, const int indexCon, const int bufferSize, char *const cName);
 
+/* ------------------------------------------------------------------------
+ * Whole models: MPS files and bulk loaders
+ * ---------------------------------------------------------------------- */
+
+/* Fills an empty context from an MPS file (free or fixed layout, plain or
+ * gzip-compressed). Returns 0, or its own codes: 8 the context is not empty,
+ * 16 a model call failed, 32 the file is missing or faulty. */
+MX_EXPORT int MX_load_mps_file(MX_context_ptr kc, const char *filename);
+
+/* Writes a linear or quadratic model (no callbacks, residuals or cones) as an
+ * MPS file; values keep their full precision. */
+MX_EXPORT int MX_write_mps_file(MX_context_ptr kc, const char *filename);
+
+/* Loads a whole model in one call: n variables with objective coefficients
+ * and bounds, m constraints with bounds and a sparse Jacobian (nnzJ
+ * coordinate entries). The quadratic forms add objective terms
+ * coef * x[i] * x[j] (nnzH entries) and constraint terms (nnzQ entries).
+ * Not allowed after a solve. Bound arrays may be NULL for the defaults. */
+MX_EXPORT int MX_load_lp(MX_context_ptr kc, const int n, const double *objCoefs, const double *xLoBnds,
+                         const double *xUpBnds, const int m, const double *cLoBnds, const double *cUpBnds,
+                         const MX_nnz nnzJ, const int *jacIndexCons, const int *jacIndexVars,
+                         const double *jacCoefs);
+MX_EXPORT int MX_load_qp(MX_context_ptr kc, const int n, const double *objCoefs, const double *xLoBnds,
+                         const double *xUpBnds, const int m, const double *cLoBnds, const double *cUpBnds,
+                         const MX_nnz nnzJ, const int *jacIndexCons, const int *jacIndexVars,
+                         const double *jacCoefs, const MX_nnz nnzH, const int *hessIndexVars1,
+                         const int *hessIndexVars2, const double *hessCoefs);
+MX_EXPORT int MX_load_qcqp(MX_context_ptr kc, const int n, const double *objCoefs, const double *xLoBnds,
+                           const double *xUpBnds, const int m, const double *cLoBnds, const double *cUpBnds,
+                           const MX_nnz nnzJ, const int *jacIndexCons, const int *jacIndexVars,
+                           const double *jacCoefs, const MX_nnz nnzH, const int *hessIndexVars1,
+                           const int *hessIndexVars2, const double *hessCoefs, const MX_nnz nnzQ,
+                           const int *quadIndexCons, const int *quadIndexVars1, const int *quadIndexVars2,
+                           const double *quadCoefs);
+
 #ifdef __cplusplus
 }
 #endif
