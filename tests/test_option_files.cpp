@@ -13,27 +13,13 @@
 #include "interface/context.h"
 #include "interface/structures.h"
 #include "morvex.h"
+#include "scratch_context.h"
 #include "options/option_files.h"
 #include "options/options.h"
 
 namespace {
 
-struct OptionFiles : testing::Test {
-  MX_context_ptr kc = nullptr;
-  std::string dir, oldDir;
-  void SetUp() override {
-    char tmpl[] = "/tmp/mxoptXXXXXX";
-    dir = mkdtemp(tmpl);
-    char cwd[4096];
-    oldDir = getcwd(cwd, sizeof cwd);
-    ASSERT_EQ(chdir(dir.c_str()), 0);
-    ASSERT_EQ(MX_new(&kc), 0);
-  }
-  void TearDown() override {
-    MX_free(&kc);
-    ASSERT_EQ(chdir(oldDir.c_str()), 0);
-    std::system(("rm -rf " + dir).c_str());
-  }
+struct OptionFiles : ScratchContext {
   static void write(const char *name, const std::string &text) { std::ofstream(name) << text; }
   int intOpt(int id) {
     int v = 0;

@@ -16,6 +16,7 @@
 #include "driver/report.h"
 #include "interface/return_codes.h"
 #include "morvex.h"
+#include "scratch_context.h"
 
 namespace {
 
@@ -27,22 +28,7 @@ std::string slurp(const std::string &path) {
 }
 
 // Each test runs in a scratch directory, so default file names stay local.
-struct Output : testing::Test {
-  MX_context_ptr kc = nullptr;
-  std::string dir, oldDir;
-  void SetUp() override {
-    char tmpl[] = "/tmp/mxoutXXXXXX";
-    dir = mkdtemp(tmpl);
-    char cwd[4096];
-    oldDir = getcwd(cwd, sizeof cwd);
-    ASSERT_EQ(chdir(dir.c_str()), 0);
-    ASSERT_EQ(MX_new(&kc), 0);
-  }
-  void TearDown() override {
-    MX_free(&kc);
-    ASSERT_EQ(chdir(oldDir.c_str()), 0);
-    std::system(("rm -rf " + dir).c_str());
-  }
+struct Output : ScratchContext {
   void set(int outlev, int outmode) {
     kc->opt.outlev = outlev;
     kc->opt.outmode = outmode;
