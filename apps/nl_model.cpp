@@ -314,3 +314,26 @@ bool nlWriteSolution(NlModel &model, const std::string &message, const double *x
   write_sol(const_cast<char *>(message.c_str()), const_cast<double *>(x), const_cast<double *>(y), nullptr);
   return true;
 }
+
+bool nlObjGradient(NlModel &model, const double *x, double *g) {
+  std::lock_guard<std::mutex> lock(model.evalLock);
+  ASL *asl = model.asl;
+  fint err = 0;
+  if (n_obj < 1) {
+    for (int j = 0; j < n_var; ++j) g[j] = 0.0;
+    return true;
+  }
+  objval(0, const_cast<double *>(x), &err);
+  if (err == 0) objgrd(0, const_cast<double *>(x), g, &err);
+  return err == 0;
+}
+
+bool nlConGradient(NlModel &model, int i, const double *x, double *g) {
+  std::lock_guard<std::mutex> lock(model.evalLock);
+  ASL *asl = model.asl;
+  fint err = 0;
+  conval(const_cast<double *>(x), model.conBuffer.data(), &err);
+  for (int j = 0; j < n_var; ++j) g[j] = 0.0;
+  if (err == 0) congrd(i, const_cast<double *>(x), g, &err);
+  return err == 0;
+}

@@ -43,3 +43,8 @@ std::vector<double> nlStartPoint(const NlModel &model);
 // constraint multipliers, and the solve_result_num.
 bool nlWriteSolution(NlModel &model, const std::string &message, const double *x, const double *y,
                      int solveResultNum);
+
+// The AMPL library's own gradients, for checks: objective (n) and one
+// constraint (n, dense).
+bool nlObjGradient(NlModel &model, const double *x, double *g);
+bool nlConGradient(NlModel &model, int i, const double *x, double *g);

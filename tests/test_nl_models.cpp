@@ -34,6 +34,25 @@ std::vector<std::string> nlFiles(const std::string &dir) {
 
 double relDiff(double a, double b) { return std::fabs(a - b) / std::max(1.0, std::fabs(b)); }
 
+// The merged objective gradient and Jacobian, row by row, equal the AMPL
+// library's dense gradients (models of moderate size).
+void checkDerivatives(NlModel &model, MX_context_ptr kc, const std::vector<double> &x, const NlSummary &s) {
+  if (static_cast<double>(s.n) * (s.m + 1) > 2e6) return;
+  const size_t n = static_cast<size_t>(s.n);
+  std::vector<double> objGrad(n), jac(kc->pat.jac.values.size()), ref(n), mine(n);
+  if (callbackForGA(kc, x.data(), objGrad.data(), jac.data()) != 0) return;
+  if (nlObjGradient(model, x.data(), ref.data()))
+    for (size_t j = 0; j < n; ++j) EXPECT_LE(relDiff(objGrad[j], ref[j]), 1e-12) << "objective gradient " << j;
+  const MxJacobian &J = kc->pat.jac;
+  for (int i = 0; i < s.m; ++i) {
+    if (!nlConGradient(model, i, x.data(), ref.data())) continue;
+    std::fill(mine.begin(), mine.end(), 0.0);
+    for (nnzint k = J.rowPtr[static_cast<size_t>(i)]; k < J.rowPtr[static_cast<size_t>(i) + 1]; ++k)
+      mine[static_cast<size_t>(J.indexVars[static_cast<size_t>(k)])] += jac[static_cast<size_t>(k)];
+    for (size_t j = 0; j < n; ++j) ASSERT_LE(relDiff(mine[j], ref[j]), 1e-12) << "row " << i << " col " << j;
+  }
+}
+
 // Evaluates one model both ways. A file the AMPL library cannot read (the
 // collections hold a truncated one) must be refused with a clear message.
 void checkModel(const std::string &path, int &checked, int &unreadable) {
@@ -60,6 +79,7 @@ void checkModel(const std::string &path, int &checked, int &unreadable) {
     ASSERT_EQ(rc, 0);
     EXPECT_LE(relDiff(obj, objRef), 1e-12) << obj << " vs " << objRef;
     for (int i = 0; i < s.m; ++i) EXPECT_LE(relDiff(c[i], cRef[i]), 1e-12) << "c[" << i << "]";
+    checkDerivatives(*model, kc, x, s);
   } else {
     EXPECT_EQ(rc, MX_RC_EVAL_ERR);
   }
