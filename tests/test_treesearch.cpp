@@ -109,7 +109,7 @@ TEST(TreeSearchEngine, EqualPrioritiesFollowThePlaceInTheTreeNotTheArrival) {
   }));
   ASSERT_EQ(m.run(), 0);
   auto rows = read_chart(prefix);
-  EXPECT_EQ(tasks_in_start_order(rows),
+  ASSERT_EQ(tasks_in_start_order(rows),
             (std::vector<std::string>{"0", "0_0", "0_1", "0_0_0", "0_0_1", "0_1_0", "0_1_1"}));
   EXPECT_EQ(rows[5].node, "0_1_0");
   EXPECT_EQ(rows[5].father, "0_1");
@@ -149,6 +149,7 @@ TEST(TreeSearchEngine, PredecessorsAndRetargetingShapeTheStamps) {
     }));
     ASSERT_EQ(m.run(), 0);
     auto rows = read_chart(prefix);
+    ASSERT_FALSE(rows.empty());
     EXPECT_EQ(rows[0].target, 2);
     EXPECT_EQ(tasks_per_stamp(rows), (std::map<long, int>{{0, 2}, {1, 1}, {2, 2}, {3, 1}}));
   }

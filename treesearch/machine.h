@@ -9,6 +9,13 @@
 // the lock, and the tasks that became available are released in priority
 // order. The order in which results arrive within a stamp is therefore never
 // observed. Real time enters only through the time limit.
+//
+// Client tasks keep the reproducibility by four rules: read shared state only
+// through the starting stamp's data; publish only through
+// update_next_targeted_time_stamp_data, with updates that commute over the
+// tasks of a stamp; decide targets and re-targeting from counted work, never
+// from measured time; give priorities that depend only on the task's own
+// data.
 #pragma once
 
 #include <atomic>
