@@ -1,0 +1,158 @@
+// Interrupts during a run, in a forked child so that the process-wide flag
+// and the exit of the second signal stay there.
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <thread>
+
+#include "morvex.h"
+#include "treesearch_script.h"
+
+namespace {
+
+using namespace tstest;
+using treesearch::AbstractSolution;
+using treesearch::AbstractTimeStampData;
+
+constexpr int kTimeoutMs = 60000;
+
+struct IntSolution : AbstractSolution {
+  explicit IntSolution(long v) : value(v) {}
+  bool operator<(AbstractSolution const& o) const override {
+    return value > static_cast<IntSolution const&>(o).value;
+  }
+  long value;
+};
+
+// Reads one byte, or returns 0 after the timeout or at end of file.
+char read_byte(int fd, int timeout_ms = kTimeoutMs) {
+  pollfd p{fd, POLLIN, 0};
+  if (::poll(&p, 1, timeout_ms) != 1) return 0;
+  char c = 0;
+  return ::read(fd, &c, 1) == 1 ? c : 0;
+}
+
+std::string read_all(int fd) {
+  std::string text;
+  while (char c = read_byte(fd)) text += c;
+  return text;
+}
+
+// Exit status of the child, or -1 (after killing it) when it hangs.
+int wait_child(pid_t pid) {
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kTimeoutMs);
+  int status = 0;
+  while (::waitpid(pid, &status, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() > deadline) {
+      ::kill(pid, SIGKILL);
+      ::waitpid(pid, &status, 0);
+      return -1;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+struct Child {
+  std::atomic<bool> ready_sent{false};
+  std::atomic<long> best{-1};
+  int ready_fd = -1;
+  bool ignore_interrupt = false;
+};
+
+// Publishes a solution per task and grows the tree until the run must end.
+// Once a solution has been published it tells the parent; with
+// `ignore_interrupt` that task then keeps running after the first signal.
+ScriptTask::Body interruptible(Child* child) {
+  return [child](ScriptTask& t) {
+    long depth = t.get_node()->depth;
+    auto solution = std::make_shared<IntSolution>(depth);
+    t.machine.update_next_targeted_time_stamp_data(
+        t, [&](AbstractTimeStampData& d) { d.solution_pool->add(solution); });
+    long seen = child->best.load();
+    while (seen < depth && !child->best.compare_exchange_weak(seen, depth)) {}
+    if (depth >= 3 && !child->ready_sent.exchange(true)) {
+      if (::write(child->ready_fd, "r", 1) != 1) ::_exit(4);
+      if (child->ignore_interrupt) {
+        while (!t.machine.terminated_by_sigint()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (::write(child->ready_fd, "s", 1) != 1) ::_exit(4);
+        std::this_thread::sleep_for(std::chrono::milliseconds(kTimeoutMs));
+        ::_exit(3);
+      }
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(500));
+    if (t.machine.needs_to_end()) return;
+    t.spawn({}, 1, interruptible(child));
+    t.spawn({}, 1, interruptible(child));
+  };
+}
+
+// Runs the machine in the child; reports "<code> <best kept>" on `result_fd`.
+[[noreturn]] void run_child(int ready_fd, int result_fd, bool ignore_interrupt) {
+  Child child;
+  child.ready_fd = ready_fd;
+  child.ignore_interrupt = ignore_interrupt;
+  auto p = params(2, 2);
+  p.time_limit = kTimeoutMs / 1000.0;
+  ScriptMachine m(p);
+  m.add_task(nullptr, std::make_unique<ScriptTask>(m, std::vector<double>{}, 1, interruptible(&child)));
+  int rc = m.run();
+  int code = rc != 0 ? MX_RC_INTERNAL_ERROR : m.terminated_by_sigint() ? MX_RC_USER_TERMINATION : 0;
+  auto best = m.get_current_time_stamp_data().solution_pool->get_best_solution();
+  bool kept = best && static_cast<IntSolution&>(*best).value == child.best.load();
+  std::string report = std::to_string(code) + (kept ? " kept" : " lost");
+  if (::write(result_fd, report.data(), report.size()) < 0) ::_exit(4);
+  ::_exit(0);
+}
+
+struct Pipes {
+  int ready[2], result[2], out[2];
+  Pipes() {
+    if (::pipe(ready) != 0 || ::pipe(result) != 0 || ::pipe(out) != 0) std::abort();
+  }
+};
+
+TEST(TreeSearchInterrupt, FirstSignalEndsTheRunKeepingTheBestSolution) {
+  Pipes p;
+  std::fflush(nullptr);
+  pid_t pid = ::fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) run_child(p.ready[1], p.result[1], false);
+  ::close(p.ready[1]);
+  ::close(p.result[1]);
+  ASSERT_EQ(read_byte(p.ready[0]), 'r');
+  ::kill(pid, SIGINT);
+  EXPECT_EQ(read_all(p.result[0]), std::to_string(MX_RC_USER_TERMINATION) + " kept");
+  EXPECT_EQ(wait_child(pid), 0);
+}
+
+TEST(TreeSearchInterrupt, SecondSignalEndsTheProcess) {
+  Pipes p;
+  std::fflush(nullptr);
+  pid_t pid = ::fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    ::dup2(p.out[1], STDOUT_FILENO);
+    run_child(p.ready[1], p.result[1], true);
+  }
+  ::close(p.ready[1]);
+  ::close(p.result[1]);
+  ::close(p.out[1]);
+  ASSERT_EQ(read_byte(p.ready[0]), 'r');
+  ::kill(pid, SIGINT);
+  ASSERT_EQ(read_byte(p.ready[0]), 's');
+  ::kill(pid, SIGINT);
+  EXPECT_EQ(wait_child(pid), 1);
+  EXPECT_EQ(read_all(p.out[0]), "\n");
+  EXPECT_EQ(read_all(p.result[0]), "");
+}
+
+}  // namespace

@@ -1,0 +1,110 @@
+// A scripted client of the task engine for the tests: each task runs a
+// lambda, and the machine keeps what the engine prints.
+#pragma once
+
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "treesearch/machine.h"
+
+namespace tstest {
+
+using treesearch::AbstractMachineGlobalData;
+using treesearch::AbstractTask;
+
+class ScriptMachine : public AbstractMachineGlobalData {
+ public:
+  using AbstractMachineGlobalData::AbstractMachineGlobalData;
+  bool quiet = true;  // skip the base stamp-change report
+  std::string output() {
+    std::lock_guard<std::mutex> lock(text_mutex_);
+    return output_;
+  }
+  std::string errors() {
+    std::lock_guard<std::mutex> lock(text_mutex_);
+    return errors_;
+  }
+
+ protected:
+  void time_stamp_change_callback() override {
+    if (!quiet) AbstractMachineGlobalData::time_stamp_change_callback();
+  }
+  void print(std::string const& text) override {
+    std::lock_guard<std::mutex> lock(text_mutex_);
+    output_ += text;
+  }
+  void print_error(std::string const& text) override {
+    std::lock_guard<std::mutex> lock(text_mutex_);
+    errors_ += text;
+  }
+
+ private:
+  std::mutex text_mutex_;
+  std::string output_, errors_;
+};
+
+class ScriptTask : public virtual AbstractTask {
+ public:
+  using Body = std::function<void(ScriptTask&)>;
+  ScriptTask(ScriptMachine& m, std::vector<double> priority, long target, Body body)
+      : AbstractTask(m), machine(m), priority_(std::move(priority)), target_(target),
+        body_(std::move(body)) {}
+  std::vector<double> get_priority() const override { return priority_; }
+  long get_targeted_time_stamp() override { return target_; }
+  void run() override {
+    if (body_) body_(*this);
+  }
+  // Adds a child of this running task; returns it (owned by the machine).
+  ScriptTask& spawn(std::vector<double> priority, long target, Body body = nullptr) {
+    auto child = std::make_unique<ScriptTask>(machine, std::move(priority), target, std::move(body));
+    ScriptTask& ref = *child;
+    machine.add_task(this, std::move(child));
+    return ref;
+  }
+  ScriptMachine& machine;
+
+ private:
+  std::vector<double> priority_;
+  long target_;
+  Body body_;
+};
+
+inline AbstractMachineGlobalData::Parameters params(long threads, long per_stamp,
+                                                    std::string prefix = std::string()) {
+  AbstractMachineGlobalData::Parameters p;
+  p.number_of_threads = threads;
+  p.tasks_per_time_stamp = per_stamp;
+  p.gantt_chart_prefix = std::move(prefix);
+  return p;
+}
+
+// One line of the task chart, without its times and thread.
+struct ChartRow {
+  std::string task;
+  long position = 0, stamp = 0, target = 0;
+  std::string node, father, extra;
+};
+
+inline std::vector<ChartRow> read_chart(std::string const& prefix) {
+  std::ifstream in(prefix + "_tasks.csv");
+  std::string line;
+  std::getline(in, line);
+  std::vector<ChartRow> rows;
+  while (std::getline(in, line)) {
+    std::vector<std::string> c;
+    std::stringstream ss(line);
+    std::string col;
+    while (std::getline(ss, col, ';')) c.push_back(col);
+    c.resize(10);
+    rows.push_back({c[0], std::stol(c[1]), std::stol(c[5]), std::stol(c[6]), c[7], c[8], c[9]});
+  }
+  return rows;
+}
+
+}  // namespace tstest
