@@ -99,6 +99,8 @@ int mx_end_early(MXL_context *ctx, int code) {
   ctx->returnCode = code;
   ctx->status = MX_STATUS_FINISHED;
   ctx->solveInProgress = 0;
+  if (ctx->opt.algorithm == -1 && !ctx->isMixedInteger)
+    printHead(ctx, ctx->quietSubsolve, ctx->opt.outlev, mxCountProblem(ctx), nullptr);
   if (!ctx->isMixedInteger) mxFinishSolve(ctx, code, 1);
   return code;
 }
@@ -117,15 +119,27 @@ int mx_fresh_start(MXL_context *ctx) {
   ctx->drv.startX = ctx->var.x;
   ctx->initialEvalState = 0;
   double obj = 0.0;
-  const int rc = callbackForFC(ctx, 1, ctx->var.x.data(), &obj, ctx->con.c.data(), nullptr, nullptr);
+  // The evaluation limit is tested below, once the point is complete and its
+  // feasibility known: -402 and -412 differ by it.
+  const int limit = ctx->opt.maxfevals;
+  ctx->opt.maxfevals = -1;
+  int rc = 0;
+  try {
+    rc = callbackForFC(ctx, 1, ctx->var.x.data(), &obj, ctx->con.c.data(), nullptr, nullptr);
+  } catch (...) {
+    ctx->opt.maxfevals = limit;
+    throw;
+  }
+  ctx->opt.maxfevals = limit;
   if (rc == 0) {
     ctx->initialEvalState = 1;
     ctx->drv.objValue = obj;
   }
   mxMeasureStart(ctx, rc == 0);
-  if (rc == MX_RC_FEVAL_LIMIT_FEAS || rc == MX_RC_FEVAL_LIMIT_INFEAS) return rc;
   if (rc != 0 && rc != MX_RC_EVAL_ERR) return ctx->returnCode;
   if (rc == 0 && mxObjectiveTargetReached(ctx)) return 0;
+  if (limit >= 1 && ctx->eval.counters.numFCevals >= limit)
+    return ctx->drv.isFeasibleFlag ? MX_RC_FEVAL_LIMIT_FEAS : MX_RC_FEVAL_LIMIT_INFEAS;
   return 1;
 }
 

@@ -24,6 +24,7 @@ void mxMeasureStart(MXL_context *ctx, bool evaluated) {
   d.isFeasibleFlag = evaluated && isFeasible(ctx, errModelApp(ctx), ctx->var.x.data(), ctx->con.c.data(),
                                              d.absFeasError, d.feasTolEffective);
   ctx->eval.pointFeasible = d.isFeasibleFlag;
+  ctx->errState.feasScale = d.feasErrorScale;
 }
 
 bool mxObjectiveTargetReached(MXL_context *ctx) {
@@ -37,9 +38,13 @@ bool mxObjectiveTargetReached(MXL_context *ctx) {
 
 namespace {
 
+// A routine that reported failure without a non-finite value leaves no
+// single culprit: the objective is then taken as undefined.
 void mx_report_undefined_start(MXL_context *ctx, double *obj) {
   mxl_printf(ctx, "ERROR: Could not evaluate objective or constraints at the initial point.\n");
-  if (!std::isfinite(*obj)) {
+  bool someConstraint = false;
+  for (int i = 0; i < ctx->m; ++i) someConstraint = someConstraint || !std::isfinite(ctx->con.c[i]);
+  if (!std::isfinite(*obj) || !someConstraint) {
     mxl_printf(ctx, "       Objective function undefined at the initial point.\n");
     *obj = ctx->obj.goal == MX_OBJGOAL_MAXIMIZE ? -MX_INF : MX_INF;
   }
@@ -59,8 +64,12 @@ void mx_report_undefined_start(MXL_context *ctx, double *obj) {
 int mx_evaluate_start(MXL_context *ctx) {
   int evalRc = 0;
   double obj = ctx->drv.objValue;
-  const int needFC = ctx->initialEvalState == 0;
-  const int rc = callbackEvalFCGAatX0(ctx, &evalRc, needFC, &obj);
+  int rc = 0;
+  if (ctx->initialEvalState == 0) {
+    evalRc = callbackForFC(ctx, 1, ctx->var.x.data(), &obj, ctx->con.c.data(), nullptr, nullptr);
+    if (evalRc != 0) rc = -2;
+  }
+  if (rc == 0) rc = callbackEvalFCGAatX0(ctx, &evalRc, 0, nullptr);
   if (rc == 0) {
     ctx->initialEvalState = 3;
     ctx->drv.objValue = obj;
@@ -111,10 +120,12 @@ int mx_early_end(MXL_context *ctx, int evalCode) {
   }
   if (evalCode != 0) {
     ctx->status = MX_STATUS_FINISHED;
-    return evalCode == MX_RC_EVAL_ERR ? 0 : -1;
+    // A user's stop leaves the context usable, like an undefined point.
+    return evalCode == MX_RC_EVAL_ERR || evalCode == MX_RC_USER_TERMINATION ? 0 : -1;
   }
   if (ctx->opt.algorithm == -2) {
     if (ctx->returnCode > 0) ctx->returnCode = 0;
+    printHead(ctx, ctx->quietSubsolve, ctx->opt.outlev, mxCountProblem(ctx), nullptr);
     return 0;
   }
   return 1;
