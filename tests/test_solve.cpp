@@ -11,6 +11,7 @@
 
 #include "capture.h"
 #include "interface/context.h"
+#include "interface/structures.h"
 #include "morvex.h"
 
 namespace {
@@ -334,6 +335,88 @@ TEST_F(Solve, ResolveSeesChangedJacobianWithoutRebuildingTheHessian) {
   EXPECT_DOUBLE_EQ(jac(0, 1), 4.0);
   EXPECT_EQ(kc->pat.hess.indexVars1.data(), hessRows);
   (void)v0;
+}
+
+}  // namespace
+
+namespace {
+
+int countingCalls = 0;
+int counting(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr q, MX_eval_result_ptr r, void *) {
+  ++countingCalls;
+  *r->obj = q->x[0];
+  return 0;
+}
+
+// Model errors found before any evaluation: code, message, and whether the
+// context can still be used.
+TEST_F(Solve, ModelErrorsStopBeforeAnyEvaluation) {
+  struct Case {
+    const char *name;
+    void (*build)(MX_context_ptr);
+    int code;
+    const char *text;
+    bool poisoned;
+  };
+  const Case cases[] = {
+      {"lower bound beyond bndrange",
+       [](MX_context_ptr k) { MX_set_var_lobnd(k, 0, 1e21); }, MX_RC_BAD_VAR_BOUND,
+       "ERROR: Infeasible problem specification.\n", true},
+      {"constant constraint out of its bounds",
+       [](MX_context_ptr k) {
+         MX_add_cons(k, 1, nullptr);
+         MX_add_con_constant(k, 0, 5.0);
+         MX_set_con_upbnd(k, 0, 1.0);
+       },
+       MX_RC_INFEAS_CON_BOUNDS, "is constant and\n", false},
+      {"exact gradients without a routine",
+       [](MX_context_ptr k) { MX_set_cb_gradopt(k, k->model->callbacks[0].get(), MX_GRADOPT_EXACT); },
+       MX_RC_BAD_PARAMINPUT, "ERROR: A callback was added with gradopt=1, but user routine gradCallback is undefined.\n",
+       true},
+      {"L2 norm on a two-sided constraint",
+       [](MX_context_ptr k) {
+         MX_add_cons(k, 1, nullptr);
+         const int co[] = {0}, va[] = {0};
+         const double cf[] = {1};
+         MX_add_con_L2norm(k, 0, 1, 1, co, va, cf, nullptr);
+         MX_set_con_lobnd(k, 0, -1.0);
+         MX_set_con_upbnd(k, 0, 1.0);
+       },
+       MX_RC_BAD_CONSTRAINT, "ERROR: Currently L2 norm structure may only be added to one-sided\n", true},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.name);
+    TearDown();
+    SetUp();
+    ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
+    MX_cb_context_ptr cb = nullptr;
+    ASSERT_EQ(MX_add_eval_callback(kc, 1, 0, nullptr, counting, &cb), 0);
+    setInt(MX_PARAM_ALGORITHM, -2);
+    c.build(kc);
+    countingCalls = 0;
+    const int rc = MX_solve(kc);
+    EXPECT_EQ(rc, c.code) << out->text;
+    EXPECT_NE(out->text.find(c.text), std::string::npos) << out->text;
+    EXPECT_EQ(countingCalls, 0);
+    int n = 0;
+    EXPECT_EQ(MX_get_number_vars(kc, &n), c.poisoned ? MX_RC_ILLEGAL_CALL : 0);
+  }
+}
+
+TEST_F(Solve, IllegalHessianOptionAndHugeBoundsAreReported) {
+  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 1.0), 0);
+  ASSERT_EQ(MX_set_var_upbnd(kc, 0, 1e25), 0);
+  setInt(MX_PARAM_HESSOPT, 7);
+  setInt(MX_PARAM_ALGORITHM, -2);
+  ASSERT_EQ(MX_solve(kc), 0) << out->text;
+  EXPECT_NE(out->text.find("          Changing 'hessopt' from 7 to auto.\n"), std::string::npos) << out->text;
+  EXPECT_NE(out->text.find("WARNING: 1 finite variable bound is >= bndrange in magnitude.\n"), std::string::npos);
+  // A linear objective without callbacks needs no quasi-Newton update.
+  EXPECT_EQ(kc->resolvedHessopt, 1);
+  double bound = 0;
+  ASSERT_EQ(MX_get_var_upbnd(kc, 0, &bound), 0);
+  EXPECT_EQ(bound, 1e25);
 }
 
 }  // namespace
