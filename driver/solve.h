@@ -10,6 +10,16 @@
 struct MXL_context;
 struct cJSON;
 
+// Class of the model, as the automatic choices read it.
+struct MxProblemClass {
+  int isLP = 0, isQP = 0, isQCQP = 0, isMPEC = 0;
+  int isUnconstrained = 0, isBoundConstrained = 0, isOverdetermined = 0;
+  int convexity = 0;   // 1 convex, 0 unknown, -1 non-convex
+  int numIneqCons = 0, numFiniteBounds = 0, numFixed = 0, numEqualities = 0;
+  int hasCones = 0;
+  int inequalities() const { return numIneqCons + numFiniteBounds; }
+};
+
 // What the driver keeps between the stages of one solve and across solves.
 struct MxDriverState {
   // Result record of the last solve.
@@ -25,7 +35,9 @@ struct MxDriverState {
   // Resolved twins that the context record has no slot for.
   int resolvedMaxit = 0, resolvedSwitchRule = 0, resolvedQpAlg = 0, resolvedLinesearch = 0;
   int resolvedCorrectors = 0, resolvedDirectInterval = -1, resolvedLinsys = 0;
-  int resolvedRestarts = -1, resolvedInitStrategy = 0;
+  int resolvedRestarts = -1, resolvedInitStrategy = 0, resolvedPenaltyRule = 0, resolvedBlas = -1;
+  int barConvexMode = 0;
+  MxProblemClass cls;
   double resolvedInitMu = 0.0, resolvedSlackPush = 0.0;
   int xtolIters = 0;
   int randomSeed = 0;
@@ -52,6 +64,8 @@ int mxlSolveInternals(MXL_context *ctx);
 void mxlInitialize(MXL_context *ctx);
 int mxlSolveProblem(MXL_context *ctx);
 void determineAutoOptions(MXL_context *ctx);
+// Classifies the model from its terms and bounds (no presolve reductions).
+void mxAnalyzeProblem(MXL_context *ctx);
 
 // Checks of the model data.
 int checkProblemDefinition(MXL_context *ctx, int isMixedInteger);

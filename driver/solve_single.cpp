@@ -164,28 +164,29 @@ void mxlInitialize(MXL_context *ctx) {
   ctx->resolvedQcqpInit = ctx->opt.ncvx_qcqp_init;
   ctx->resolvedPenaltyCons = ctx->opt.bar_penaltycons;
   if (ctx->resolvedPenaltyCons == 2 && ctx->m == 0) ctx->resolvedPenaltyCons = 0;
+  const MxOptionBlock &o = ctx->opt;
   MxDriverState &d = ctx->drv;
-  d.resolvedMaxit = ctx->opt.maxit;
-  d.resolvedInitMu = ctx->opt.bar_initmu;
-  d.resolvedSlackPush = ctx->opt.bar_slackboundpush;
+  mxAnalyzeProblem(ctx);
+  if ((ctx->resolvedPenaltyCons == 3 && d.cls.numEqualities == 0)) ctx->resolvedPenaltyCons = 0;
+  d.resolvedMaxit = o.maxit;
+  d.resolvedInitMu = o.bar_initmu;
+  d.resolvedSlackPush = o.bar_slackboundpush;
+  d.resolvedSwitchRule = o.bar_switchrule;
+  d.resolvedQpAlg = o.act_qpalg;
+  d.resolvedLinesearch = o.linesearch;
+  d.resolvedCorrectors = -1;
+  d.resolvedDirectInterval = o.bar_directinterval;
+  d.resolvedLinsys = o.bar_linsys;
+  d.resolvedRestarts = o.restarts;
+  d.resolvedInitStrategy = o.initpt_strategy;
+  d.resolvedPenaltyRule = o.bar_penaltyrule;
+  d.resolvedBlas = o.blasoption;
+  if (d.cls.isLP && ctx->resolvedHessopt != 1) {
+    ctx->resolvedHessopt = 1;
+    mxl_printf(ctx, "Morvex changing hessopt to exact (because the problem is an LP).\n");
+  }
   chkspecdependencies(ctx);
   determineAutoOptions(ctx);
-}
-
-// Picks what the user left on automatic; only the resolved twins change.
-void determineAutoOptions(MXL_context *ctx) {
-  MxDriverState &d = ctx->drv;
-  const bool node = ctx->subproblemKind != 0 && ctx->isMixedInteger;
-  d.xtolIters = ctx->opt.xtol_iters > 0 ? ctx->opt.xtol_iters : (ctx->isMixedInteger ? 1 : 3);
-  if (d.resolvedMaxit <= 0) d.resolvedMaxit = node ? 3000 : 10000;
-  if (ctx->model && !ctx->model->conics.empty() && ctx->resolvedAlgorithm == 0) ctx->resolvedAlgorithm = 1;
-  if (d.resolvedInitMu <= 0.0) d.resolvedInitMu = 0.1;
-  if (d.resolvedSlackPush <= 0.0) d.resolvedSlackPush = 0.1;
-  if (ctx->resolvedAlgorithm == 0) {
-    const int h = ctx->resolvedHessopt;
-    ctx->resolvedAlgorithm = (h == 4 || h == 5) ? 2 : 1;
-  }
-  if (ctx->resolvedLinsolver < 2) ctx->resolvedLinsolver = ctx->resolvedAlgorithm == 1 ? (ctx->n + ctx->m >= 5000 ? 5 : 2) : 4;
 }
 
 int mxlSolveProblem(MXL_context *ctx) {

@@ -420,3 +420,51 @@ TEST_F(Solve, IllegalHessianOptionAndHugeBoundsAreReported) {
 }
 
 }  // namespace
+
+namespace {
+
+// The automatic choices fill the resolved twins from the class of the model
+// and never touch the user's option slots.
+TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
+  // LP: 0 <= x, x0 + x1 >= 1, minimize x0 + 2 x1.
+  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  const int v[] = {0, 1};
+  const double k[] = {1, 1}, zero[] = {0, 0};
+  ASSERT_EQ(MX_set_var_lobnds_all(kc, zero), 0);
+  ASSERT_EQ(MX_add_con_linear_struct_one(kc, 2, 0, v, k), 0);
+  ASSERT_EQ(MX_set_con_lobnd(kc, 0, 1.0), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(kc, 1, 2.0), 0);
+  ASSERT_EQ(MX_update(kc), 0);
+  mxlInitialize(kc);
+  EXPECT_TRUE(kc->drv.cls.isLP);
+  EXPECT_EQ(kc->resolvedAlgorithm, 1);
+  EXPECT_EQ(kc->resolvedMurule, 4);
+  EXPECT_EQ(kc->resolvedInitpt, 1);  // convex LP with inequalities
+  EXPECT_EQ(kc->drv.resolvedCorrectors, 5);
+  EXPECT_EQ(kc->drv.resolvedLinesearch, 1);
+  EXPECT_EQ(kc->opt.algorithm, 0);
+  EXPECT_EQ(kc->opt.bar_murule, 0);
+  // A user's choice stays; what depends on it follows.
+  setInt(MX_PARAM_ALGORITHM, 2);
+  mxlInitialize(kc);
+  EXPECT_EQ(kc->resolvedAlgorithm, 2);
+  EXPECT_EQ(kc->resolvedMurule, 1);
+  EXPECT_EQ(kc->resolvedLinsolver, 4);
+}
+
+TEST_F(Solve, AutomaticChoicesForAnUnconstrainedCallbackModel) {
+  ASSERT_EQ(MX_add_vars(kc, 1001, nullptr), 0);
+  MX_cb_context_ptr cb = nullptr;
+  ASSERT_EQ(MX_add_eval_callback(kc, 1, 0, nullptr, counting, &cb), 0);
+  ASSERT_EQ(MX_update(kc), 0);
+  mxlInitialize(kc);
+  EXPECT_TRUE(kc->drv.cls.isUnconstrained);
+  EXPECT_EQ(kc->resolvedHessopt, 6);
+  EXPECT_EQ(kc->drv.resolvedQpAlg, 3);
+  EXPECT_EQ(kc->drv.resolvedLinesearch, 2);
+  EXPECT_EQ(kc->drv.resolvedSwitchRule, 0);
+  EXPECT_EQ(kc->drv.resolvedRestarts, 3);
+}
+
+}  // namespace
