@@ -1,6 +1,8 @@
 // Automatic options: the class of the model and the choices made for the
 // options left on automatic. Only the resolved twins change; the user's
 // option slots stay as set (xtol_iters aside, whose slot takes the rule).
+#include <algorithm>
+
 #include "driver/print.h"
 #include "driver/solve.h"
 #include "interface/context.h"
@@ -163,4 +165,88 @@ void determineAutoOptions(MXL_context *ctx) {
   mx_class_rules(ctx);
   mx_general_rules(ctx);
   mx_solver_rules(ctx);
+}
+
+namespace {
+
+void mx_print_auto(MXL_context *ctx, const char *name, int option, int autoValue, int resolved) {
+  if (option == autoValue) mxl_printf(ctx, "Morvex changing %s from AUTO to %d.\n", name, resolved);
+}
+
+// Corrections of the choices that the model or another option rules out.
+void mx_correct_choices(MXL_context *ctx) {
+  MxDriverState &d = ctx->drv;
+  const int alg = ctx->resolvedAlgorithm;
+  if (ctx->resolvedMurule != 1) {
+    if (d.cls.inequalities() == 0) {
+      ctx->resolvedMurule = 1;
+    } else if (alg == 2 && ctx->resolvedMurule >= 3) {
+      mxl_printf(ctx, "WARNING: Option bar_murule=%d not valid for Interior/CG algorithm.\n", ctx->resolvedMurule);
+      mxl_printf(ctx, "         Switching to bar_murule=%d.\n", 1);
+      ctx->resolvedMurule = 1;
+    }
+  }
+  if (d.resolvedLinesearch == 3 && !d.cls.isUnconstrained) {
+    mxl_printf(ctx, "WARNING:  The weak Wolfe linesearch option is currently only available for\n");
+    mxl_printf(ctx, "          unconstrained models. Changing 'linesearch' from %d to AUTO.\n", 3);
+    d.resolvedLinesearch = 0;
+  } else if (d.resolvedLinesearch == 3 && alg != 1) {
+    mxl_printf(ctx, "WARNING:  The weak Wolfe linesearch option is currently only available for\n");
+    mxl_printf(ctx, "          the Interior/Direct algorithm. Changing 'linesearch' from %d to AUTO.\n", 3);
+    d.resolvedLinesearch = 0;
+  }
+  int &conic = ctx->opt.bar_conic_enable;
+  if (conic == -1) {
+    conic = d.cls.hasCones && alg == 1 ? 1 : 0;
+  } else if (conic == 1 && alg != 1) {
+    mxl_printf(ctx, "WARNING: Option bar_conic_enable=1 not valid for algorithm=%d.\n         Switching to bar_conic_enable=0.\n", alg);
+    conic = 0;
+  }
+  if (ctx->opt.cg_precond != 0 && alg != 1 && alg != 2) {
+    mxl_printf(ctx, "WARNING: Preconditioner only available for Interior-Point algorithms.\n");
+    mxl_printf(ctx, "         Turning off preconditioner (precond=0).\n");
+    ctx->opt.cg_precond = 0;
+  }
+}
+
+// Honoring of bounds once the algorithm is known: nothing to honor without
+// bounds, and the automatic value follows the start's feasibility.
+void mx_resolve_honor_bounds(MXL_context *ctx) {
+  int &value = ctx->resolvedHonorbnds;
+  std::vector<int> &flags = ctx->var.honorBnds.v;
+  const MxProblemClass &c = ctx->drv.cls;
+  if (value != 0 && c.numFixed == 0 && c.numFiniteBounds == 0 && ctx->resolvedPenaltyCons == 0) {
+    value = 0;
+    std::fill(flags.begin(), flags.end(), 0);
+  }
+  if (value == -1) value = ctx->drv.isFeasibleFlag ? 0 : 2;
+  for (int &f : flags)
+    if (f == -1) f = value;
+}
+
+}  // namespace
+
+void mxAfterAutoOptions(MXL_context *ctx) {
+  const MxOptionBlock &o = ctx->opt;
+  const MxDriverState &d = ctx->drv;
+  const int alg = ctx->resolvedAlgorithm;
+  if (o.outlev >= 4) {
+    mx_print_auto(ctx, "algorithm", o.algorithm, 0, alg);
+    if (alg == 3 || alg == 4) mx_print_auto(ctx, "act_qpalg", o.act_qpalg, 0, d.resolvedQpAlg);
+    mx_print_auto(ctx, "blasoption", o.blasoption, -1, d.resolvedBlas);
+    if (alg == 1 || alg == 2) {
+      mx_print_auto(ctx, "bar_initpt", o.bar_initpt, 0, ctx->resolvedInitpt);
+      mx_print_auto(ctx, "bar_murule", o.bar_murule, 0, ctx->resolvedMurule);
+      mx_print_auto(ctx, "bar_penaltycons", o.bar_penaltycons, -1, ctx->resolvedPenaltyCons);
+      mx_print_auto(ctx, "bar_penaltyrule", o.bar_penaltyrule, 0, d.resolvedPenaltyRule);
+      mx_print_auto(ctx, "bar_switchrule", o.bar_switchrule, -1, d.resolvedSwitchRule);
+    }
+    mx_print_auto(ctx, "hessopt", o.hessopt, 0, ctx->resolvedHessopt);
+    mx_print_auto(ctx, "initpt_strategy", o.initpt_strategy, -1, d.resolvedInitStrategy);
+    mx_print_auto(ctx, "linesearch", o.linesearch, 0, d.resolvedLinesearch);
+    if (o.linsolver == 0) mx_print_auto(ctx, "linsolver", 0, 0, ctx->resolvedLinsolver);
+    if (o.linsolver == 1) mxl_printf(ctx, "Morvex changing linsolver from INTERNAL to %d.\n", ctx->resolvedLinsolver);
+  }
+  mx_correct_choices(ctx);
+  mx_resolve_honor_bounds(ctx);
 }

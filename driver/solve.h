@@ -66,6 +66,8 @@ int mxlSolveProblem(MXL_context *ctx);
 void determineAutoOptions(MXL_context *ctx);
 // Classifies the model from its terms and bounds (no presolve reductions).
 void mxAnalyzeProblem(MXL_context *ctx);
+// The report of the automatic choices and the corrections that follow them.
+void mxAfterAutoOptions(MXL_context *ctx);
 
 // Checks of the model data.
 int checkProblemDefinition(MXL_context *ctx, int isMixedInteger);

@@ -187,6 +187,7 @@ void mxlInitialize(MXL_context *ctx) {
   }
   chkspecdependencies(ctx);
   determineAutoOptions(ctx);
+  mxAfterAutoOptions(ctx);
 }
 
 int mxlSolveProblem(MXL_context *ctx) {

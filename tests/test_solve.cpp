@@ -468,3 +468,35 @@ TEST_F(Solve, AutomaticChoicesForAnUnconstrainedCallbackModel) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Solve, ChoicesThatTheModelRulesOutAreCorrected) {
+  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  const int v[] = {0, 1};
+  const double k[] = {1, -1};
+  ASSERT_EQ(MX_add_con_linear_struct_one(kc, 2, 0, v, k), 0);
+  ASSERT_EQ(MX_set_con_upbnd(kc, 0, 1.0), 0);
+  ASSERT_EQ(MX_add_obj_quadratic_term(kc, 0, 0, 1.0), 0);
+  setInt(MX_PARAM_ALGORITHM, 2);
+  ASSERT_EQ(MX_set_int_param_by_name(kc, "bar_murule", 3), 0);
+  ASSERT_EQ(MX_set_int_param_by_name(kc, "honorbnds", 1), 0);
+  ASSERT_EQ(MX_set_int_param_by_name(kc, "bar_penaltycons", 0), 0);
+  ASSERT_EQ(MX_update(kc), 0);
+  out->take();
+  setHonorBnds(kc);
+  mxlInitialize(kc);
+  const std::string text = out->take();
+  EXPECT_NE(text.find("WARNING: Option bar_murule=3 not valid for Interior/CG algorithm.\n"
+                      "         Switching to bar_murule=1.\n"),
+            std::string::npos)
+      << text;
+  EXPECT_EQ(kc->resolvedMurule, 1);
+  EXPECT_EQ(kc->opt.bar_murule, 3);
+  // No variable has a bound: there is nothing to honor.
+  EXPECT_EQ(kc->resolvedHonorbnds, 0);
+  EXPECT_EQ(kc->var.honorBnds.v[1], 0);
+}
+
+}  // namespace
