@@ -45,7 +45,8 @@ struct MxDriverState {
   int lastN = 0, lastM = 0;
   int64_t lastNnzJ = 0;
   std::vector<double> startX;
-  cJSON *jsonRoot = nullptr;   // owned while a solve runs
+  const cJSON *debugOptions = nullptr;  // the parsed debug options file, during a solve
+  int presolveOff = 0;         // presolve dropped after its evaluation failed
   // Mixed-integer results, filled by the mixed-integer solver.
   int mipNodes = 0, mipSolves = 0;
   double mipAbsGap = MX_INFINITY, mipRelGap = MX_INFINITY;

@@ -149,6 +149,40 @@ void mx_auto_presolve_options(MXL_context *ctx) {
   if (!o.presolve) o.presolve_level = 0;
 }
 
+bool mx_has_linear_cons(const MXL_context *ctx) {
+  for (int t : ctx->con.type)
+    if (t == MX_CONTYPE_LINEAR) return true;
+  return false;
+}
+
+// f, c and first derivatives at the start for the presolve. Returns 1 to go
+// on, or the code that ends the solve (evaluation limit, user stop).
+int mx_presolve_evaluation(MXL_context *ctx) {
+  const bool noComp = ctx->comp.index1.empty();
+  if (ctx->isMixedInteger || (ctx->opt.presolve_level <= 1 && (noComp || !mx_has_linear_cons(ctx)))) return 1;
+  ctx->drv.presolveStage = 2;
+  const int status = ctx->status, code = ctx->returnCode;
+  int evalRc = 0;
+  double obj = ctx->drv.objValue;
+  const int rc = callbackEvalFCGAatX0(ctx, &evalRc, ctx->initialEvalState == 0, &obj);
+  if (rc == 0) {
+    ctx->initialEvalState = 3;
+    ctx->drv.objValue = obj;
+    return 1;
+  }
+  if (evalRc == MX_RC_FEVAL_LIMIT_FEAS || evalRc == MX_RC_FEVAL_LIMIT_INFEAS || evalRc == MX_RC_USER_TERMINATION)
+    return evalRc;
+  // The solve goes on without presolve; the start is evaluated again later.
+  ctx->status = status;
+  ctx->returnCode = code;
+  mxl_printf(ctx, "WARNING: Evaluation error in Morvex presolver.\n");
+  mxl_printf(ctx, "         No presolve will be applied.\n");
+  ctx->drv.presolveOff = 1;
+  ctx->resolvedHonorbnds = 1;
+  ctx->initialEvalState = 0;
+  return 1;
+}
+
 int mx_dispatch(MXL_context *ctx) {
   const MxOptionBlock &o = ctx->opt;
   if (o.tuner == 1) return mxNotBuilt(ctx, "the tuner is not built in this version.");
@@ -174,6 +208,9 @@ int mx_run_locked(MXL_context *ctx) {
     const int start = mx_fresh_start(ctx);
     if (start != 1) return mx_end_early(ctx, start);
     mx_auto_presolve_options(ctx);
+    ctx->drv.presolveOff = 0;
+    const int evaluated = mx_presolve_evaluation(ctx);
+    if (evaluated != 1) return mx_end_early(ctx, evaluated);
     ctx->drv.presolveStage = 4;
     storeBestSolution(ctx, ctx->var.x.data(), nullptr, ctx->con.c.data(), nullptr, nullptr, 0,
                       ctx->drv.absFeasError, MX_INF, ctx->drv.objValue);

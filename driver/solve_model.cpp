@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "driver/debug_options.h"
 #include "driver/print.h"
 #include "driver/report.h"
 #include "driver/solve.h"
@@ -219,11 +220,20 @@ int mxSolveModel(MXL_context *ctx, int updateOnly) {
     json.reset(cJSON_CreateObject());
     printJSONapplicationModelInfo(json.get(), mxCountProblem(ctx));
   }
+  MxJson debugOptions;
+  if (!ctx->opt.debugoptionsname.empty()) debugOptions = mxReadDebugOptions(ctx, ctx->opt.debugoptionsname);
+  ctx->drv.debugOptions = debugOptions.get();
   mxInitForResolve(ctx);
   int result = 0;
-  if (!updateOnly) result = ctx->isMixedInteger ? MXL_mip_solve(ctx) : MXL_solve(ctx);
+  try {
+    if (!updateOnly) result = ctx->isMixedInteger ? MXL_mip_solve(ctx) : MXL_solve(ctx);
+  } catch (...) {
+    ctx->drv.debugOptions = nullptr;
+    throw;
+  }
   std::lock_guard<std::mutex> lock(ctx->mutex);
   mx_after_driver(ctx, updateOnly, json.get());
+  ctx->drv.debugOptions = nullptr;
   return result;
 }
 

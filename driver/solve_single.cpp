@@ -62,6 +62,7 @@ void mx_report_undefined_start(MXL_context *ctx, double *obj) {
 // f, c and first derivatives at the start. Returns 0, or the code that
 // ends the solve (returnCode set).
 int mx_evaluate_start(MXL_context *ctx) {
+  if (ctx->initialEvalState == 3) return 0;  // evaluated for the presolve at this point
   int evalRc = 0;
   double obj = ctx->drv.objValue;
   int rc = 0;

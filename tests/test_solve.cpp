@@ -500,3 +500,27 @@ TEST_F(Solve, ChoicesThatTheModelRulesOutAreCorrected) {
 }
 
 }  // namespace
+
+namespace {
+
+// The start is evaluated once for the whole road: the presolve's
+// evaluation serves the single solve, and an unchanged re-solve repeats it.
+TEST_F(Solve, StartIsEvaluatedOncePerSolve) {
+  buildMixed();
+  setInt(MX_PARAM_ALGORITHM, -2);
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_EQ(MX_solve(kc), 0) << out->text;
+    int fc = 0, ga = 0;
+    ASSERT_EQ(MX_get_number_FC_evals(kc, &fc), 0);
+    ASSERT_EQ(MX_get_number_GA_evals(kc, &ga), 0);
+    EXPECT_EQ(fc, 1);
+    EXPECT_EQ(ga, 1);
+  }
+  ASSERT_EQ(MX_set_int_param_by_name(kc, "presolve", 0), 0);
+  ASSERT_EQ(MX_solve(kc), 0);
+  EXPECT_EQ(MXL_get_number_FC_evals(kc), 1);
+  EXPECT_EQ(MXL_get_number_GA_evals(kc), 1);
+  EXPECT_EQ(MXL_get_number_FC_evals(nullptr), MX_RC_BAD_KCPTR);
+}
+
+}  // namespace
