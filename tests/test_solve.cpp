@@ -524,3 +524,33 @@ TEST_F(Solve, StartIsEvaluatedOncePerSolve) {
 }
 
 }  // namespace
+
+namespace {
+
+// What is not built yet says so and returns -600; no solve is pretended.
+TEST_F(Solve, UnbuiltStepsEndWithAnInternalError) {
+  struct Case { const char *option; int value; bool integer; const char *what; };
+  const Case cases[] = {
+      {"algorithm", 0, false, "interior-point"},
+      {"algorithm", 4, false, "active-set"},
+      {"tuner", 1, false, "tuner"},
+      {"ms_enable", 1, false, "multi-start"},
+      {"algorithm", -2, true, "mixed-integer"},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.what);
+    TearDown();
+    SetUp();
+    ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
+    ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 1.0), 0);
+    if (c.integer) ASSERT_EQ(MX_set_var_type(kc, 0, MX_VARTYPE_INTEGER), 0);
+    ASSERT_EQ(MX_set_int_param_by_name(kc, c.option, c.value), 0);
+    EXPECT_EQ(MX_solve(kc), MX_RC_INTERNAL_ERROR);
+    const size_t at = out->text.find("Internal error:");
+    ASSERT_NE(at, std::string::npos) << out->text;
+    EXPECT_NE(out->text.find(c.what, at), std::string::npos) << out->text;
+    EXPECT_EQ(out->text.find("EXIT: Locally optimal"), std::string::npos);
+  }
+}
+
+}  // namespace
