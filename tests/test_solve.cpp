@@ -177,6 +177,8 @@ struct CallbackFailure : Solve {
     ASSERT_EQ(MX_set_var_primal_init_value(kc, 0, 2.0), 0);
     MX_cb_context_ptr cb = nullptr;
     ASSERT_EQ(MX_add_eval_callback(kc, 1, 0, nullptr, Failing::func, &cb), 0);
+    const int v0[] = {0};
+    ASSERT_EQ(MX_set_cb_grad(kc, cb, 1, v0, 0, nullptr, nullptr, squareGrad), 0);
     setInt(MX_PARAM_ALGORITHM, -2);
   }
 };
@@ -204,6 +206,22 @@ TEST_F(CallbackFailure, EachRoutineReturnEndsWithItsCode) {
     if (k.expect == MX_RC_EVAL_ERR) EXPECT_EQ(obj, MX_INFINITY);  // the point is marked undefined
   }
   Failing::code = 0;
+}
+
+TEST_F(CallbackFailure, ObjectiveTargetEndsOnlyAFeasibleStart) {
+  Failing::code = 0;
+  build();
+  setInt(MX_PARAM_ALGORITHM, 0);
+  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_FSTOPVAL, 5.0), 0);
+  EXPECT_EQ(MX_solve(kc), 0) << out->text;  // f = 4 at x = 2
+  EXPECT_NE(out->text.find("EXIT: Satisfactory solution found.\n"), std::string::npos) << out->text;
+  EXPECT_EQ(out->text.find("Internal error:"), std::string::npos);
+  // Outside its bounds the start does not stop the solve.
+  ASSERT_EQ(MX_set_var_upbnd(kc, 0, 1.0), 0);
+  ASSERT_EQ(MX_set_int_param_by_name(kc, "honorbnds", 0), 0);
+  out->take();
+  EXPECT_EQ(MX_solve(kc), MX_RC_INTERNAL_ERROR);
+  EXPECT_EQ(out->text.find("EXIT: Satisfactory solution found."), std::string::npos) << out->text;
 }
 
 TEST_F(CallbackFailure, EvaluationLimitDependsOnFeasibility) {
