@@ -1042,6 +1042,109 @@ MX_EXPORT int MX_load_qcqp(MX_context_ptr kc, const int n, const double *objCoef
                            const int *quadIndexCons, const int *quadIndexVars1, const int *quadIndexVars2,
                            const double *quadCoefs);
 
+/* @@SOLVE-CALLS@@ */
+/* ------------------------------------------------------------------------
+ * Solving and reading results
+ * ---------------------------------------------------------------------- */
+/* Solves the model; returns the final return code (0 when algorithm -1 or
+ * -2 stops early without failure). */
+MX_EXPORT int MX_solve(MX_context_ptr kc);
+/* Prepares a changed model as a solve would (patterns, constant terms and
+ * the linear values of gradient and Jacobian) without solving. */
+MX_EXPORT int MX_update(MX_context_ptr kc);
+
+/* Last return code, objective and, where the pointers are not NULL, x (n)
+ * and lambda (m + n: constraints first, then bounds). */
+MX_EXPORT int MX_get_solution(MX_context_ptr kc, int *const status, double *const obj, double *const x, double *const lambda);
+MX_EXPORT int MX_get_obj_value(MX_context_ptr kc, double *const obj);
+
+/* Counts of the last solve. The MXL_ forms return the value or -516. */
+MX_EXPORT int MX_get_number_iters(MX_context_ptr kc, int *const numIters);
+MX_EXPORT int MX_get_number_cg_iters(MX_context_ptr kc, int *const numCGiters);
+MX_EXPORT int MX_get_number_FC_evals(MX_context_ptr kc, int *const numFCevals);
+MX_EXPORT int MX_get_number_GA_evals(MX_context_ptr kc, int *const numGAevals);
+MX_EXPORT int MX_get_number_H_evals(MX_context_ptr kc, int *const numHevals);
+MX_EXPORT int MX_get_number_HV_evals(MX_context_ptr kc, int *const numHVevals);
+MX_EXPORT int MXL_get_number_iters(MXL_context_ptr kc);
+MX_EXPORT int MXL_get_number_cg_iters(MXL_context_ptr kc);
+MX_EXPORT int MXL_get_number_FC_evals(MXL_context_ptr kc);
+MX_EXPORT int MXL_get_number_GA_evals(MXL_context_ptr kc);
+MX_EXPORT int MXL_get_number_H_evals(MXL_context_ptr kc);
+MX_EXPORT int MXL_get_number_HV_evals(MXL_context_ptr kc);
+MX_EXPORT int MXL_get_number_major_iters(MXL_context_ptr kc);
+MX_EXPORT int MXL_get_number_minor_iters(MXL_context_ptr kc);
+
+/* Error measures. The MXL_ forms return -516.0 for a bad context. */
+MX_EXPORT int MX_get_abs_feas_error(MX_context_ptr kc, double *const absFeasError);
+MX_EXPORT int MX_get_rel_feas_error(MX_context_ptr kc, double *const relFeasError);
+MX_EXPORT int MX_get_abs_opt_error(MX_context_ptr kc, double *const absOptError);
+MX_EXPORT int MX_get_rel_opt_error(MX_context_ptr kc, double *const relOptError);
+MX_EXPORT double MXL_get_abs_feas_error(MXL_context_ptr kc);
+MX_EXPORT double MXL_get_rel_feas_error(MXL_context_ptr kc);
+MX_EXPORT double MXL_get_abs_opt_error(MXL_context_ptr kc);
+MX_EXPORT double MXL_get_rel_opt_error(MXL_context_ptr kc);
+MX_EXPORT int MX_get_solve_time_cpu(MX_context_ptr kc, double *const time);
+MX_EXPORT int MX_get_solve_time_real(MX_context_ptr kc, double *const time);
+
+/* Values of the last point, in the three forms of the model calls. Nothing
+ * is written while the internal array does not exist yet. */
+MX_EXPORT int MX_get_var_primal_values(MX_context_ptr kc, const int nV, const int *indexVars, double *xValues);
+MX_EXPORT int MX_get_var_primal_values_all(MX_context_ptr kc, double *xValues);
+MX_EXPORT int MX_get_var_primal_value(MX_context_ptr kc, const int indexVar, double *xValue);
+MX_EXPORT int MX_get_var_dual_values(MX_context_ptr kc, const int nV, const int *indexVars, double *lambdaValues);
+MX_EXPORT int MX_get_var_dual_values_all(MX_context_ptr kc, double *lambdaValues);
+MX_EXPORT int MX_get_var_dual_value(MX_context_ptr kc, const int indexVar, double *lambdaValue);
+MX_EXPORT int MX_get_con_values(MX_context_ptr kc, const int nC, const int *indexCons, double *cValues);
+MX_EXPORT int MX_get_con_values_all(MX_context_ptr kc, double *cValues);
+MX_EXPORT int MX_get_con_value(MX_context_ptr kc, const int indexCon, double *cValue);
+MX_EXPORT int MX_get_con_dual_values(MX_context_ptr kc, const int nC, const int *indexCons, double *lambdaValues);
+MX_EXPORT int MX_get_con_dual_values_all(MX_context_ptr kc, double *lambdaValues);
+MX_EXPORT int MX_get_con_dual_value(MX_context_ptr kc, const int indexCon, double *lambdaValue);
+MX_EXPORT int MX_get_rsd_values(MX_context_ptr kc, const int nR, const int *indexRsds, double *rsdValues);
+MX_EXPORT int MX_get_rsd_values_all(MX_context_ptr kc, double *rsdValues);
+MX_EXPORT int MX_get_rsd_value(MX_context_ptr kc, const int indexRsd, double *rsdValue);
+
+/* Violations: bndInfeas -1 below, 1 above, 0 within tolerance; intInfeas
+ * the direction of the nearer integer (0 when integral). Any output may be
+ * NULL. */
+MX_EXPORT int MX_get_var_viols(MX_context_ptr kc, const int nV, const int *indexVars, int *bndInfeas, int *intInfeas, double *viols);
+MX_EXPORT int MX_get_var_viols_all(MX_context_ptr kc, int *bndInfeas, int *intInfeas, double *viols);
+MX_EXPORT int MX_get_var_viol(MX_context_ptr kc, const int indexVar, int *bndInfeas, int *intInfeas, double *viol);
+MX_EXPORT int MX_get_con_viols(MX_context_ptr kc, const int nC, const int *indexCons, int *infeas, double *viols);
+MX_EXPORT int MX_get_con_viols_all(MX_context_ptr kc, int *infeas, double *viols);
+MX_EXPORT int MX_get_con_viol(MX_context_ptr kc, const int indexCon, int *infeas, double *viol);
+
+/* Derivatives at the last point. The objective gradient lists the
+ * variables some term touches, in ascending order. */
+MX_EXPORT int MX_get_objgrad_nnz(MX_context_ptr kc, MX_nnz *const nnz);
+MX_EXPORT int MX_get_objgrad_values(MX_context_ptr kc, int *const indexVars, double *const objGrad);
+MX_EXPORT int MX_get_objgrad_values_all(MX_context_ptr kc, double *const objGrad);
+MX_EXPORT int MX_get_jacobian_nnz(MX_context_ptr kc, MX_nnz *const nnz);
+MX_EXPORT int MX_get_jacobian_values(MX_context_ptr kc, int *const indexCons, int *const indexVars, double *const jac);
+MX_EXPORT int MX_get_jacobian_nnz_one(MX_context_ptr kc, const int indexCon, MX_nnz *const nnz);
+MX_EXPORT int MX_get_jacobian_values_one(MX_context_ptr kc, const int indexCon, int *const indexVars, double *const jac);
+MX_EXPORT int MX_get_rsd_jacobian_nnz(MX_context_ptr kc, MX_nnz *const nnz);
+MX_EXPORT int MX_get_rsd_jacobian_values(MX_context_ptr kc, int *const indexRsds, int *const indexVars, double *const rsdJac);
+/* 0 entries and return 1 when no Hessian matrix is kept (quasi-Newton
+ * limited memory, products only, or BFGS under presolve). */
+MX_EXPORT int MX_get_hessian_nnz(MX_context_ptr kc, MX_nnz *const nnz);
+MX_EXPORT int MX_get_hessian_values(MX_context_ptr kc, int *const indexVars1, int *const indexVars2, double *const hess);
+
+/* Mixed-integer results. Without an incumbent the incumbent calls return
+ * 1. */
+MX_EXPORT int MX_get_mip_number_nodes(MX_context_ptr kc, int *const numNodes);
+MX_EXPORT int MX_get_mip_number_solves(MX_context_ptr kc, int *const numSolves);
+MX_EXPORT int MX_get_mip_abs_gap(MX_context_ptr kc, double *const absGap);
+MX_EXPORT int MX_get_mip_rel_gap(MX_context_ptr kc, double *const relGap);
+MX_EXPORT int MX_get_mip_incumbent_obj(MX_context_ptr kc, double *const incumbentObj);
+MX_EXPORT int MX_get_mip_relaxation_bnd(MX_context_ptr kc, double *const relaxBound);
+MX_EXPORT int MX_get_mip_lastnode_obj(MX_context_ptr kc, double *const lastNodeObj);
+MX_EXPORT int MX_get_mip_incumbent_x(MX_context_ptr kc, double *const x);
+
+/* What presolve reported as the cause of its end; returns 1 when that was
+ * a failure. Without a presolve record index is -1 and the rest 0. */
+MX_EXPORT int MX_get_presolve_error(MX_context_ptr kc, int *const component, int *const index, int *const error, double *const viol);
+
 #ifdef __cplusplus
 }
 #endif

@@ -15,6 +15,7 @@
 #include "driver/output.h"
 #include "morvex.h"
 #include "driver/error_measures.h"
+#include "driver/solve.h"
 #include "linalg/blas_table.h"
 #include "options/option_files.h"
 #include "options/options.h"
@@ -221,6 +222,9 @@ struct MXL_context {
   MxHooks hooks;
   MxOlderCallbacks older;
   MXL_context *parentContext = nullptr;  // the context a child was copied from
+
+  // State of the solve driver.
+  MxDriverState drv;
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;
