@@ -70,6 +70,11 @@ MxProblemCounts mxCountProblem(const MXL_context *ctx) {
   mx_count_constraints(ctx, c);
   c.comps = static_cast<int>(ctx->comp.index1.size());
   c.residuals = ctx->r;
+  c.nnzJ = ctx->pat.jac.nnz;
+  c.nnzResJ = ctx->pat.rsdJac.nnz;
+  // The Hessian's size is shown only when the exact matrix is used.
+  const int hess = ctx->resolvedHessopt != 0 ? ctx->resolvedHessopt : ctx->opt.hessopt;
+  c.nnzH = hess == 1 || hess == 7 ? ctx->pat.hess.nnz : 0;
   c.objGoal = ctx->obj.goal;
   c.objType = ctx->obj.type;
   return c;
