@@ -337,3 +337,17 @@ bool nlConGradient(NlModel &model, int i, const double *x, double *g) {
   if (err == 0) congrd(i, const_cast<double *>(x), g, &err);
   return err == 0;
 }
+
+bool nlReadSolution(NlModel &model, const std::string &solPath, std::string &message, std::vector<double> &x,
+                    std::vector<double> &y, int &solveResultNum) {
+  ASL *asl = model.asl;
+  double *xs = nullptr, *ys = nullptr;
+  solve_result_num = -1;
+  char *msg = fread_soln(const_cast<char *>(solPath.c_str()), &xs, &ys);
+  if (msg == nullptr) return false;
+  message = msg;
+  x.assign(xs != nullptr ? xs : nullptr, xs != nullptr ? xs + n_var : nullptr);
+  y.assign(ys != nullptr ? ys : nullptr, ys != nullptr ? ys + n_con : nullptr);
+  solveResultNum = solve_result_num;
+  return true;
+}

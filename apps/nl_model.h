@@ -48,3 +48,8 @@ bool nlWriteSolution(NlModel &model, const std::string &message, const double *x
 // constraint (n, dense).
 bool nlObjGradient(NlModel &model, const double *x, double *g);
 bool nlConGradient(NlModel &model, int i, const double *x, double *g);
+
+// Reads a solution file written for this model: the message, x, the
+// multipliers and the solve_result_num. False when it cannot be read.
+bool nlReadSolution(NlModel &model, const std::string &solPath, std::string &message, std::vector<double> &x,
+                    std::vector<double> &y, int &solveResultNum);
