@@ -18,6 +18,7 @@
 #include "interface/context.h"
 #include "interface/structures.h"
 #include "morvex.h"
+#include "scratch_context.h"
 
 namespace {
 
@@ -35,26 +36,14 @@ std::vector<std::string> fields(const std::string &line) {
   return out;
 }
 
-struct Reports : testing::Test {
-  MX_context_ptr kc = nullptr;
-  std::string dir, oldDir;
+struct Reports : ScratchContext {
   void SetUp() override {
-    char tmpl[] = "/tmp/mxrepXXXXXX";
-    dir = mkdtemp(tmpl);
-    char cwd[4096];
-    oldDir = getcwd(cwd, sizeof cwd);
-    ASSERT_EQ(chdir(dir.c_str()), 0);
-    ASSERT_EQ(MX_new(&kc), 0);
+    ScratchContext::SetUp();
     ASSERT_EQ(MX_add_vars(kc, 3, nullptr), 0);
     ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
     ASSERT_EQ(MX_set_var_lobnd(kc, 0, 0.0), 0);
     ASSERT_EQ(MX_set_var_upbnd(kc, 1, 4.0), 0);
     ASSERT_EQ(MX_set_con_eqbnd(kc, 0, 1.0), 0);
-  }
-  void TearDown() override {
-    MX_free(&kc);
-    ASSERT_EQ(chdir(oldDir.c_str()), 0);
-    std::system(("rm -rf " + dir).c_str());
   }
 };
 
