@@ -357,6 +357,20 @@ int MXCBevalH(MXL_context *ctx, MXMOD *model, int evalType, const double *x, con
   return marks.code();
 }
 
+// Calls the residual routine of one callback into `values`; a missing
+// routine is reported and counts as a failure.
+static int mx_call_rsd(MXL_context *ctx, MXCB &cb, const double *x, std::vector<double> &values) {
+  if (cb.funcCallback == nullptr) {
+    mxl_printf(ctx, "ERROR: User routine for funcCallback undefined.\n");
+    return MX_RC_CALLBACK_ERR;
+  }
+  values.assign(static_cast<size_t>(cb.numRsds), 0.0);
+  MX_eval_request req = mx_request(MX_EVALTYPE_RSD, x);
+  MX_eval_result res{};
+  res.rsd = values.data();
+  return cb.funcCallback(ctx, &cb, &req, &res, cb.userParams);
+}
+
 int MXCBevalR(MXL_context *ctx, MXMOD *model, const double *x, double *rsd) {
   MxMarks marks;
   std::vector<double> values;
@@ -364,31 +378,21 @@ int MXCBevalR(MXL_context *ctx, MXMOD *model, const double *x, double *rsd) {
     MXCB &cb = *p;
     if (!cb.isLsq) continue;
     if (cb.funcCallback == nullptr) {
-      mxl_printf(ctx, "ERROR: User routine for funcCallback undefined.\n");
+      mx_call_rsd(ctx, cb, x, values);
       marks.failure = true;
       continue;
     }
-    values.assign(static_cast<size_t>(cb.numRsds), 0.0);
-    MX_eval_request req = mx_request(MX_EVALTYPE_RSD, x);
-    MX_eval_result res{};
-    res.rsd = values.data();
-    marks.take(cb.funcCallback(ctx, &cb, &req, &res, cb.userParams));
+    marks.take(mx_call_rsd(ctx, cb, x, values));
     for (int k = 0; k < cb.numRsds; ++k) rsd[cb.indexRsds[k]] += values[k];
   }
   return marks.code();
 }
 
 int MXCBevalR_one(MXL_context *ctx, MXCB *cb, const double *x, double *rsd) {
-  if (cb->funcCallback == nullptr) {
-    mxl_printf(ctx, "ERROR: User routine for funcCallback undefined.\n");
-    return MX_RC_CALLBACK_ERR;
-  }
-  std::vector<double> values(static_cast<size_t>(cb->numRsds), 0.0);
-  MX_eval_request req = mx_request(MX_EVALTYPE_RSD, x);
-  MX_eval_result res{};
-  res.rsd = values.data();
+  std::vector<double> values;
+  if (cb->funcCallback == nullptr) return mx_call_rsd(ctx, *cb, x, values);
   MxMarks marks;
-  marks.take(cb->funcCallback(ctx, cb, &req, &res, cb->userParams));
+  marks.take(mx_call_rsd(ctx, *cb, x, values));
   for (int k = 0; k < cb->numRsds; ++k) rsd[cb->indexRsds[k]] = values[k];
   return marks.code();
 }
