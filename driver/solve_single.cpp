@@ -3,6 +3,7 @@
 // algorithm mains.
 #include <cmath>
 
+#include "barrier/barrier.h"
 #include "driver/print.h"
 #include "driver/report.h"
 #include "driver/solve.h"
@@ -194,5 +195,15 @@ void mxlInitialize(MXL_context *ctx) {
 int mxlSolveProblem(MXL_context *ctx) {
   const int alg = ctx->resolvedAlgorithm;
   if (alg == 3 || alg == 4) return mxNotBuilt(ctx, "the active-set algorithm is not built in this version.");
-  return mxNotBuilt(ctx, "the interior-point (barrier) algorithm is not built in this version.");
+  if (alg == 1) {
+    const int pre = presolveAnalyze(ctx);
+    if (pre < 0) {
+      ctx->returnCode = pre;
+      return 0;
+    }
+    barrierMain(ctx);
+    return 0;
+  }
+  if (alg == 2) return mxNotBuilt(ctx, "the conjugate-gradient step of the interior-point algorithm is not built in this version.");
+  return mxNotBuilt(ctx, "the multi-algorithm approach is not built in this version.");
 }

@@ -21,6 +21,7 @@
 #include "options/options.h"
 #include "interface/evaluation.h"
 #include "interface/patterns.h"
+#include "presolve/presolve.h"
 
 using nnzint = int64_t;
 
@@ -46,6 +47,11 @@ struct MxConstantStore {
   bool objDelete = false;
   std::vector<double> conPending;   // created on first use after a solve
   std::vector<char> conDelete;      // created on first use after a solve
+};
+
+struct BarrierState;
+struct BarrierStateDeleter {
+  void operator()(BarrierState *p) const;
 };
 
 struct MXCB;
@@ -225,6 +231,10 @@ struct MXL_context {
 
   // State of the solve driver.
   MxDriverState drv;
+  // The presolved model the algorithms work on.
+  PreModel pre;
+  // State of the interior-point method between legs of a solve.
+  std::unique_ptr<BarrierState, BarrierStateDeleter> bar;
 
   // Debug checksum of the record, kept while a solve runs.
   int debugChecksum = 0;

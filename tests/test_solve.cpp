@@ -220,8 +220,12 @@ TEST_F(CallbackFailure, ObjectiveTargetEndsOnlyAFeasibleStart) {
   ASSERT_EQ(MX_set_var_upbnd(kc, 0, 1.0), 0);
   ASSERT_EQ(MX_set_int_param_by_name(kc, "honorbnds", 0), 0);
   out->take();
-  EXPECT_EQ(MX_solve(kc), MX_RC_INTERNAL_ERROR);
-  EXPECT_EQ(out->text.find("EXIT: Satisfactory solution found."), std::string::npos) << out->text;
+  EXPECT_EQ(MX_solve(kc), 0) << out->text;
+  EXPECT_NE(out->text.find("  Iter "), std::string::npos) << out->text;  // the algorithm ran
+  int status = 1;
+  double obj = 0.0, x = 0.0;
+  ASSERT_EQ(MX_get_solution(kc, &status, &obj, &x, nullptr), 0);
+  EXPECT_LE(x, 1.0 + 1e-6);
 }
 
 TEST_F(CallbackFailure, EvaluationLimitDependsOnFeasibility) {
@@ -549,7 +553,7 @@ namespace {
 TEST_F(Solve, UnbuiltStepsEndWithAnInternalError) {
   struct Case { const char *option; int value; bool integer; const char *what; };
   const Case cases[] = {
-      {"algorithm", 0, false, "interior-point"},
+      {"algorithm", 2, false, "conjugate-gradient"},
       {"algorithm", 4, false, "active-set"},
       {"tuner", 1, false, "tuner"},
       {"ms_enable", 1, false, "multi-start"},

@@ -1,0 +1,299 @@
+// The interior-point (barrier) method: state and operations.
+//
+// The method works on the bounded-slack form of the presolved model: every
+// finite bound of a variable and every side of an inequality is a row of its
+// own with a positive slack; fixed variables are equality rows. The full
+// iterate is [primal variables; slacks of inequalities; slacks of bound
+// rows], the rows are [equalities; inequalities; fixed; bound rows]. Slack
+// steps are relative (ds_j / s_j), which fixes the coefficients of the
+// linear systems: gradient -mu, Jacobian entry -s_j, Hessian sigma_j =
+// lambda_j s_j.
+//
+// All state of a leg lives in BarrierState, held by the context, so that a
+// restart or a second leg can pick up what the first left.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "linalg/engine.h"
+
+struct MXL_context;
+
+// Kinds of rows of the full constraint vector.
+enum BarRowKind {
+  BAR_ROW_EQ = 0,        // c_i(x) - b_i = 0
+  BAR_ROW_INEQ_LO = 1,   // c_i(x) - cl_i - s = 0
+  BAR_ROW_INEQ_UP = 2,   // cu_i - c_i(x) - s = 0
+  BAR_ROW_FIXED = 3,     // x_i - value = 0
+  BAR_ROW_BOUND_LO = 4,  // x_i - l_i - s = 0
+  BAR_ROW_BOUND_UP = 5   // u_i - x_i - s = 0
+};
+
+struct BarRow {
+  int kind = BAR_ROW_EQ;
+  int item = 0;       // model constraint (kinds 0-2) or variable (kinds 3-5)
+  int slack = -1;     // index into the slack block, -1 for rows without one
+  double bound = 0.0; // the bound that shifts the row
+  double sign() const { return kind == BAR_ROW_INEQ_UP || kind == BAR_ROW_BOUND_UP ? -1.0 : 1.0; }
+  bool onVariable() const { return kind >= BAR_ROW_FIXED; }
+};
+
+// Outcomes of an iteration (stepOutcome).
+enum BarStepOutcome {
+  BAR_STEP_ACCEPTED = 1,
+  BAR_STEP_REJECTED = 2,
+  BAR_STEP_NONE = 3,
+  BAR_STEP_AT_FLOOR = 4,
+  BAR_STEP_BEST_RESTORED = 5
+};
+
+// Results of the step-size decision of a direct step, named in the debug row.
+enum BarDirectResult {
+  BAR_TRY_FULL = 0, BAR_TRY_CUT_S, BAR_TRY_CUT_L, BAR_REJ_CUT, BAR_REJ_CUT_S, BAR_REJ_CUT_L, BAR_REJ_INERT
+};
+
+// The linear system of the step (KKT) or of projections (AUG). Values are
+// written through positions computed once per form, so forming costs one
+// pass over the nonzeros.
+struct BarKKT {
+  int form = 1;            // 1 slacks eliminated, 2 bound rows too, 3 inequalities too
+  int dim = 0;             // matrix dimension
+  int nRowsIn = 0;         // constraint rows kept in the matrix
+  std::vector<int> rowPos; // full row -> matrix index (-1 when eliminated)
+  std::vector<int> irn, jcn;     // pattern, one entry per coordinate
+  std::vector<double> val;
+  // Positions of the contributions.
+  std::vector<int64_t> hessPos;  // Hessian entry k -> val index
+  std::vector<int64_t> diagPos;  // matrix index -> val index of its diagonal
+  std::vector<int64_t> jacPos;   // (Jacobian entry, copy) -> val index, -1 when eliminated
+  std::vector<int> jacRow;       // (Jacobian entry, copy) -> full row
+  std::vector<int> jacEntry;     // (Jacobian entry, copy) -> model Jacobian entry
+  std::vector<int64_t> varRowPos;  // rows on variables in the matrix -> val index of (row, var)
+  std::vector<int64_t> ineqPos;    // form 3: (pair of entries of one inequality row) -> val index
+  std::vector<int> ineqPairA, ineqPairB, ineqPairRow;
+  LinSystem sys;
+  bool analysed = false;
+  bool factored = false;
+  int negEig = 0;
+  bool singular = false;
+};
+
+struct BarrierState {
+  // Sizes.
+  int n = 0, m = 0;         // presolved model
+  int nX = 0, nSlacks = 0, nFull = 0, mFull = 0;
+  int nEq = 0, nIneq = 0, nFixed = 0, nBoundRows = 0;
+  int64_t nnzJ = 0, nnzH = 0;
+  std::vector<BarRow> rows;          // mFull rows
+  std::vector<int> slackRow;         // slack -> row
+  std::vector<int> conFirstRow;      // model constraint -> first row (ranges have two)
+  std::vector<int> conRowCount;      // model constraint -> 1 or 2 rows
+  std::vector<int> varBoundRows[2];  // variable -> lower / upper bound row (-1)
+  std::vector<int> varFixedRow;      // variable -> fixed row (-1)
+  double objSign = 1.0;              // -1 for a maximisation
+  // Patterns of the model (owned by the context, fixed during a leg).
+  const int *jacCons = nullptr, *jacVars = nullptr;
+  const int64_t *jacRowPtr = nullptr;
+  const int *hessI = nullptr, *hessJ = nullptr;
+
+  // Iterate and trial.
+  std::vector<double> x, xTrial;             // nFull (slacks after the primal block)
+  std::vector<double> lambda, lambdaTrial;   // mFull
+  std::vector<double> c, cTrial;             // mFull
+  std::vector<double> d, dLambda;            // step (slack part relative)
+  std::vector<double> dAff, dLambdaAff;      // predictor
+  std::vector<double> dCorr, dLambdaCorr;    // corrector work
+  std::vector<double> gradPhi;               // nFull
+  std::vector<double> Hd;                    // W d over nFull
+  double fTilde = 0.0, fTildeTrial = 0.0;    // objective of the minimisation
+  double phi = 0.0, phiTrial = 0.0;          // barrier objective
+
+  // Model-side values.
+  std::vector<double> cModel, cModelTrial;   // m
+  std::vector<double> gModel, gModelTrial;   // n (objective gradient, model sense)
+  std::vector<double> jacVals;               // nnzJ
+  std::vector<double> hessVals;              // nnzH
+  std::vector<double> lambdaUser;            // m + n, model convention
+  std::vector<double> lambdaApp, xApp, cApp, rApp;  // the model as given
+  std::vector<double> workN, workM, workFull, workRows, workRhs, workSol, workRes, workBest;
+  std::vector<double> rhsX, rhsC, dSave, dLambdaSave;
+
+  // Linear systems.
+  BarKKT kkt;
+
+  // Loop position and counters.
+  int barStage = 1;
+  int evalRequest = 4;
+  int barStatus = 0;
+  int stepOutcome = BAR_STEP_ACCEPTED;
+  int stepKind = 2;
+  bool directStepOk = false;
+  int iterCount = 0, totalIterCount = 0;
+  int muIterCount = 0, muIterCountAll = 0;
+  int consecutiveCG = 0, smallStepCount = 0;
+  double lastStepAlphas[10] = {0};
+  int tinyStepDrops = 0, refinements = 0;
+  int rejections = 0;
+  bool solutionFound = false;
+  bool needMuUpdate = false, monotoneDrop = false, forceFGUpdate = false;
+  bool firstMuUpdate = true;
+  bool nearSolution = false;
+  bool initPointPhase = false;
+  int murule = 4;
+  int lastPrintedIter = -1;
+  bool retestPass = false;
+  int directResult = BAR_TRY_FULL;
+
+  // Step sizes and trust radius.
+  double alpha = 1.0, alphaMaxPrimal = 1.0, alphaMaxDual = 1.0, alphaMax = 1.0;
+  double delta = 1.0, deltaPrev = 1.0;
+  bool radiusHeld = false;
+  double stepNorm = 0.0;
+
+  // Barrier parameter.
+  double mu = 0.1, muPrevious = 0.1, muTarget = 0.1, muTol = 0.1, muPow = 0.0;
+  double muFloorRef = 3e-16, rho = 0.995, barSlackFloor = 5e-16;
+  bool fastDropFlag = false;
+  bool safeguardMode = false;
+  int safeguardCount = 0, failCount = 0;
+  std::vector<double> filterF, filterFeas;
+  std::vector<double> kktHistory;
+  int maxCorrectors = 1, correctorsUsed = 0;
+  bool noCorrectors = false, probing = false;
+
+  // Regularisation and inertia.
+  double pertH = 0.0, pertHLast = 0.0;
+  bool pertHReused = false;
+  double regKKT = 0.0;
+  int regKKTLevel = 0, singularCount = 0;
+  bool regKKTFlag = false;
+  bool wantFormChange = false;
+  int numPerturbations = 0, numFactorizations = 0;
+  bool convexInertiaBad = false;
+  double pertHMin = 0.0;     // smallest shift after rejected steps
+  int fallbackTries = 0;     // extra shifts allowed after rejected steps
+  int fallbackLevel = 0;
+  double lastSolveResidual = 0.0;
+
+  // Merit function.
+  double nu = 10.0, nuLow = 1e-5, nuHigh = 10.0, nuAccepted = 10.0, nuTrial = 0.0;
+  double pred = 0.0, ared = 0.0, aredObj = 0.0, aredCons = 0.0, aredLow = 0.0, aredHigh = 0.0;
+  double ratio = 0.0, ratioLow = 0.0, ratioHigh = 0.0;
+  double linPred = 0.0, objPred = 0.0, nuUsed = 10.0;
+  double cNorm = 0.0, cNormTrial = 0.0, xNorm = 0.0;
+  bool stepUsable = true;
+  int tinyReductions = 0, noiseAccepts = 0;
+  double flexCap = 1e8;
+
+  // Errors and the stop test.
+  double feasErr = 0.0, optErr = 0.0, feasErrPre = 0.0, feasErr0 = 0.0, feasErrBest = 0.0;
+  double feasScale = 1.0, optScale = 1.0;
+  double cErr = 0.0, dualInf = 0.0, compErr = 0.0, barrierErr = 0.0, errCurrent = 1.0;
+  double optErr0 = 0.0, compErrApp = 0.0, tolFeas = 0.0, tolOpt = 0.0;
+  bool feasScaleSet = false;
+  bool feasibleNow = false, everFeasible = false;
+  int xtolRun = 0, ftolRun = 0, infeasStall = 0, infeasStationary = 0;
+  double fPrev = 0.0, feasErrPrevStall = 0.0;
+  double gradNormStart = 0.0;
+  double lastErrMax = 0.0;
+  bool fstopReached = false;
+
+  // Engines chosen for the step system.
+  LinEngineKind engineKind = LIN_ENGINE_DENSE;
+  int engineNumber = 0;
+  bool convexModel = false;
+  bool modelIsLP = false, modelIsQP = false;
+};
+
+#include "interface/context.h"  // BarrierStateDeleter
+
+// ---- Loop (barrier_main.cpp) ----
+void barrierMain(MXL_context *ctx);
+int barrierInitialize(MXL_context *ctx);
+void barrierFinished(MXL_context *ctx);
+int barrierNewpoint(MXL_context *ctx);
+int barrierRestartCheck(MXL_context *ctx);
+
+// ---- Setup (barrier_setup.cpp) ----
+void barrierSizes(MXL_context *ctx, BarrierState &b);
+void barrierAllocate(BarrierState &b);
+void initvals(MXL_context *ctx, BarrierState &b);
+
+// ---- Functions and derivatives (barrier_eval.cpp) ----
+// Model values at the primal block of xs into fTilde/cModel; the full rows
+// into c. Returns 0, -502 on an undefined point, or a code that ends the solve.
+int barrierComputeFC(MXL_context *ctx, BarrierState &b, const double *xs, double *fTilde,
+                     double *cModel, double *c);
+int barrierComputeGA(MXL_context *ctx, BarrierState &b, const double *xs);
+int barrierComputeH(MXL_context *ctx, BarrierState &b, int request);
+// Full rows from model values (no evaluation).
+void barrierFormRows(const BarrierState &b, const double *xs, const double *cModel, double *c);
+// phi and gradPhi from fTilde, the slacks and mu.
+void barrierUpdateFG(BarrierState &b);
+double barrierPhi(const BarrierState &b, const double *xs, double fTilde);
+void updateIterate(BarrierState &b, const double *x, const double *step, double alpha, double *xTrial);
+// y := A v (full rows) and y := A' w (full iterate).
+void barrierJacTimes(const BarrierState &b, const double *xs, const double *v, double *y);
+void barrierJacTransTimes(const BarrierState &b, const double *xs, const double *w, double *y);
+// W v over the full iterate (Hessian of the Lagrangian, slack diagonal).
+void barrierHessTimes(const BarrierState &b, const double *v, double *y);
+// Multipliers in the model convention (m + n), sense included.
+void barrierLambdaToUser(const BarrierState &b, const double *lambda, double *user);
+double norm2(int n, const double *v);
+double normInf(int n, const double *v);
+
+// ---- Linear systems (barrier_kkt.cpp) ----
+void barrierKKTinit(MXL_context *ctx, BarrierState &b, int form);
+void barrierKKTform(MXL_context *ctx, BarrierState &b, int recompute);
+// Factors with the current pertH and regularisation; returns 0 or a
+// negative engine status.
+int barrierKKTfactor(MXL_context *ctx, BarrierState &b);
+// Solves for [d; y] with rhs [rx (nFull: primal then relative slack); rc
+// (mFull)]; writes d (nFull) and dLambda = -y (mFull).
+int barrierKKTsolve(MXL_context *ctx, BarrierState &b, const double *rhsX, const double *rhsC, double *d,
+                    double *dLambda, int refineMin);
+void barrierKKTswitchForm(MXL_context *ctx, BarrierState &b, int form);
+void barrierKKTfree(BarrierState &b);
+int barrierExpectedNeg(const BarrierState &b);
+
+// ---- Direct step (barrier_direct.cpp) ----
+void computeDirectStep(MXL_context *ctx, BarrierState &b);
+// Rules 6 and 7: the centring weight by golden section (barrier_quality.cpp).
+int qualityFunctionSigmaSearch(MXL_context *ctx, BarrierState &b);
+void barrierStepLengths(const BarrierState &b, const double *d, const double *dLambda, double tau,
+                        double *alphaP, double *alphaD);
+
+// ---- Barrier parameter (barrier_mu.cpp) ----
+void initmutol(MXL_context *ctx, BarrierState &b);
+void updatemutol(MXL_context *ctx, BarrierState &b);
+void adaptivemu(MXL_context *ctx, BarrierState &b);
+double computeDynamicMu(MXL_context *ctx, BarrierState &b, double alphaP, double alphaD);
+double enforceMinMu(MXL_context *ctx, const BarrierState &b, double mu);
+double barrierLimitMu(MXL_context *ctx, const BarrierState &b, double mu);
+double getDualityGap(const BarrierState &b, const double *x, const double *lambda, double *minComp,
+                     double *maxComp, double *avgComp);
+void barrierUpdateRho(BarrierState &b, double mu);
+
+// ---- Multipliers and slacks (barrier_slacks.cpp) ----
+void initializeSlacks(BarrierState &b, double push);
+void initializeLambdaIneq(BarrierState &b, double floor);
+void resetSlacks(BarrierState &b, double *xs, double *c);
+void safeguardMultipliers(BarrierState &b, double *lambda);
+void replaceNegByZero(BarrierState &b, double *lambda);
+double getMinSlackVal(const BarrierState &b, const double *xs);
+double getMaxLambdaVal(const BarrierState &b, const double *lambda);
+void resetBndMultipliers(BarrierState &b);
+
+// ---- Line search and merit (barrier_linesearch.cpp) ----
+int barrierLineSearch(MXL_context *ctx, BarrierState &b);
+void barrierUpdateTRaccept(BarrierState &b);
+void barrierUpdateTRreject(BarrierState &b);
+
+// ---- Stop test (barrier_stop.cpp) ----
+void barrierStopTest(MXL_context *ctx, BarrierState &b);
+double getBarCompErr(const BarrierState &b, const double *x, const double *lambda, const double *r, double mu);
+// r = gradPhi - A' lambda over the full iterate; returns the infinity norm of
+// its primal block.
+double barrierDualResidual(const BarrierState &b, const double *xs, const double *lambda, double *r);

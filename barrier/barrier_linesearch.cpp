@@ -1,0 +1,189 @@
+// Acceptance of a step: the merit function phi + nu ||c||, the predicted
+// and actual reductions with the penalty rules, the backtracking search
+// with the slack reset of the trial point, and the trust radius.
+#include <algorithm>
+#include <cmath>
+
+#include "barrier/barrier.h"
+#include "driver/print.h"
+#include "interface/context.h"
+
+namespace {
+
+constexpr double kEps = 2.220446049250313e-16;
+
+// What one search keeps between its trials.
+struct BarSearch {
+  double gd = 0.0, dWd = 0.0;   // g'd and d'Wd of the full step
+  double cAdNorm = 0.0;         // ||c + A d||
+  double meritX = 0.0;          // M(x) at the penalty of the trial
+  int maxTrials = 3;
+};
+
+void barSearchSetup(MXL_context *ctx, BarrierState &b, BarSearch &s) {
+  barrierHessTimes(b, b.d.data(), b.Hd.data());
+  s.gd = s.dWd = 0.0;
+  for (int i = 0; i < b.nFull; ++i) {
+    s.gd += b.gradPhi[i] * b.d[i];
+    s.dWd += b.d[i] * b.Hd[i];
+  }
+  barrierJacTimes(b, b.x.data(), b.d.data(), b.workRows.data());
+  for (int r = 0; r < b.mFull; ++r) b.workRows[r] += b.c[r];
+  s.cAdNorm = norm2(b.mFull, b.workRows.data());
+  int trials = ctx->opt.linesearch_maxtrials;
+  if (b.convexModel) trials = std::max(trials, 6);
+  // Where no step of another kind takes over, the direct step backtracks
+  // further instead.
+  s.maxTrials = std::max(trials, 20);
+}
+
+void compute_nu_pred(MXL_context *ctx, BarrierState &b, const BarSearch &s) {
+  const double a = b.alpha;
+  b.linPred = a * (b.cNorm - s.cAdNorm);
+  const double gd = a * s.gd, dWd = a * a * s.dWd;
+  if (dWd >= 0.0)
+    b.objPred = -gd - 0.5 * dWd;
+  else if (gd > kEps)
+    b.objPred = -gd - std::min(0.5 * dWd, 1000.0 * gd);
+  else
+    b.objPred = std::max(0.0, -gd - 0.5 * dWd);
+  b.nuTrial = b.linPred > 0.0 ? -1.5 * b.objPred / b.linPred : 0.0;
+  double nuUse;
+  if (ctx->drv.resolvedPenaltyRule == 2) {
+    nuUse = std::max(b.nuLow, b.nuTrial);
+    b.nuHigh = std::max(b.nuHigh, nuUse);
+  } else {
+    b.nu = std::max(b.nu, b.nuTrial);
+    nuUse = b.nu;
+  }
+  b.nuUsed = nuUse;
+  double pred = nuUse * b.linPred + b.objPred;
+  b.stepUsable = pred > 0.0 || std::fabs(pred) < kEps;
+  if (!b.stepUsable && ctx->opt.debug > 0)
+    mxl_printf(ctx, "WARNING: increase direction for merit! pred = %e\n", pred);
+  b.pred = std::max(pred, kEps);
+}
+
+double barRatio(BarrierState &b, double ared, double pred) {
+  const double tiny = 2.220446049250313e-15;
+  if (std::fabs(ared) < tiny && std::fabs(pred) < tiny && b.tinyReductions < 5) {
+    ++b.tinyReductions;
+    return 1.0;
+  }
+  return pred > 0.0 ? (kEps + ared) / pred : 0.0;
+}
+
+void meritComputeRatio(MXL_context *ctx, BarrierState &b) {
+  b.aredObj = b.phi - b.phiTrial;
+  b.aredCons = b.cNorm - b.cNormTrial;
+  b.ared = b.aredObj + b.nuUsed * b.aredCons;
+  b.ratio = barRatio(b, b.ared, b.pred);
+  if (ctx->drv.resolvedPenaltyRule != 2) return;
+  b.aredHigh = b.aredObj + b.nuHigh * b.aredCons;
+  const double predHigh = std::max(b.nuHigh * b.linPred + b.objPred, kEps);
+  b.ratioHigh = barRatio(b, b.aredHigh, predHigh);
+  b.ratioLow = b.ratio;
+}
+
+// Only the upper end of the interval accepted the step: move the lower end
+// up towards the weight that would have been needed.
+void meritFlexUpdate(BarrierState &b) {
+  if (!(b.ratioLow < 1e-8 && b.ratioHigh >= 1e-8)) return;
+  double needed = b.nuHigh;
+  if (b.aredCons != 0.0) needed = std::min(b.nuHigh, (1e-8 * b.pred - b.aredObj) / b.aredCons);
+  const double x = std::max(b.nuLow, kEps);
+  needed = std::max(needed, x);
+  const double grown = std::pow(2.7182812, std::log(x) + 0.2 * std::log(needed / x));
+  b.nuLow = std::min(b.nuHigh, std::max(grown, b.nuLow + 0.0001));
+}
+
+bool barNoiseAccept(const BarrierState &b, double meritX, double meritTrial) {
+  if (b.noiseAccepts > 4) return false;
+  if (!(b.errCurrent < 1e-4 || b.errCurrent < (b.optScale + 1.0) * 1e-6)) return false;
+  if (!(meritTrial < meritX + 1e-4 * std::fabs(meritX))) return false;
+  return b.alpha * b.stepNorm < (b.xNorm + 1.0) * 1e-4;
+}
+
+// Evaluates the trial point of the current alpha. Returns 0, 1 for an
+// undefined point, or a negative code that ends the solve.
+int barEvaluateTrial(MXL_context *ctx, BarrierState &b) {
+  updateIterate(b, b.x.data(), b.d.data(), b.alpha, b.xTrial.data());
+  for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + b.alpha * b.dLambda[r];
+  const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
+  if (rc == MX_RC_EVAL_ERR) return 1;
+  if (rc != 0) return rc;
+  if (!b.modelIsLP) resetSlacks(b, b.xTrial.data(), b.cTrial.data());
+  b.phiTrial = barrierPhi(b, b.xTrial.data(), b.fTildeTrial);
+  b.cNormTrial = norm2(b.mFull, b.cTrial.data());
+  return 0;
+}
+
+double barNextAlpha(MXL_context *ctx, const BarrierState &b, const BarSearch &s, double prevAlpha,
+                    double prevMerit, double meritX) {
+  if (ctx->drv.resolvedLinesearch != 2) return 0.5 * b.alpha;
+  // Quadratic through M(x), the slope and the last trial, kept within
+  // [0.1, 0.5] of the last fraction.
+  const double slope = -b.pred / std::max(b.alpha, 1e-300);
+  const double a = prevAlpha;
+  const double denom = 2.0 * (prevMerit - meritX - slope * a);
+  double next = denom > 0.0 ? -slope * a * a / denom : 0.5 * a;
+  (void)s;
+  return std::min(std::max(next, 0.1 * a), 0.5 * a);
+}
+
+}  // namespace
+
+int barrierLineSearch(MXL_context *ctx, BarrierState &b) {
+  BarSearch s;
+  barSearchSetup(ctx, b, s);
+  b.alpha = 1.0;
+  b.stepOutcome = BAR_STEP_REJECTED;
+  for (int trial = 0;; ++trial) {
+    compute_nu_pred(ctx, b, s);
+    const double meritX = b.phi + b.nuUsed * b.cNorm;
+    const int ev = barEvaluateTrial(ctx, b);
+    if (ev < 0) return ev;
+    double meritTrial = 1e300;
+    bool accepted = false;
+    if (ev == 0) {
+      meritTrial = b.phiTrial + b.nuUsed * b.cNormTrial;
+      meritComputeRatio(ctx, b);
+      accepted = b.ratio >= 1e-8 || (ctx->drv.resolvedPenaltyRule == 2 && b.ratioHigh >= 1e-8);
+      if (!accepted && barNoiseAccept(b, meritX, meritTrial)) {
+        accepted = true;
+        ++b.noiseAccepts;
+      }
+    }
+    if (accepted) {
+      if (ctx->drv.resolvedPenaltyRule == 2) meritFlexUpdate(b);
+      b.stepOutcome = BAR_STEP_ACCEPTED;
+      b.barStage = 12;
+      return 0;
+    }
+    if (trial >= s.maxTrials) return 0;
+    b.alpha = ev == 0 ? barNextAlpha(ctx, b, s, b.alpha, meritTrial, meritX) : 0.5 * b.alpha;
+  }
+}
+
+void barrierUpdateTRaccept(BarrierState &b) {
+  const double stepLen = b.alpha * b.stepNorm;
+  if (b.directStepOk) {
+    b.delta = std::min(2.0 * stepLen, 1.7976931348623157e308);
+    return;
+  }
+  double cand = b.ratio >= 0.9 ? 7.0 * stepLen : b.ratio >= 0.3 ? 2.0 * stepLen : -1.0;
+  if (cand < 0.0) return;
+  if (cand > b.delta) {
+    b.delta = cand;
+    b.radiusHeld = false;
+  } else {
+    b.radiusHeld = true;
+  }
+}
+
+void barrierUpdateTRreject(BarrierState &b) {
+  if (b.stepKind == 2) return;
+  const double v = std::min(b.deltaPrev, b.alpha * b.stepNorm);
+  b.delta = b.rejections > 6 ? std::pow(0.5, b.rejections - 5) * v : 0.5 * v;
+  b.radiusHeld = false;
+}

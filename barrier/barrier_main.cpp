@@ -1,0 +1,318 @@
+// The barrier loop: start of a leg, the order of one iteration, the
+// bookkeeping of accepted and rejected steps, and the end of a leg.
+#include <algorithm>
+#include <cmath>
+
+#include "barrier/barrier.h"
+#include "driver/error_measures.h"
+#include "driver/print.h"
+#include "driver/report.h"
+#include "interface/context.h"
+#include "interface/evaluation.h"
+
+namespace {
+
+const char *const kDirectResultNames[] = {"TRY_FULL", "TRY_CUT_S", "TRY_CUT_L", "REJ_CUT",
+                                          "REJ_CUT_S", "REJ_CUT_L", "REJ_INERT"};
+
+int barChooseForm(MXL_context *ctx, const BarrierState &b) {
+  const int opt = ctx->drv.resolvedLinsys;
+  const bool bounds = b.nBoundRows > 0;
+  const MxProblemClass &cls = ctx->drv.cls;
+  if (opt == -1 || opt == 0 || opt == 1) {
+    const bool wants2 = opt == -1 && (cls.isBoundConstrained || b.nBoundRows >= 10000);
+    return wants2 && bounds ? 2 : 1;
+  }
+  if (opt == 2 || (opt == 3 && b.nIneq == 0)) return bounds ? 2 : 1;
+  // Form 3 only where nothing but general rows needs the primal block.
+  if (!bounds && b.nFixed == 0 && ctx->resolvedHessopt != 6) return 3;
+  return b.nBoundRows > 10000 ? 2 : 1;
+}
+
+void barResolveRules(MXL_context *ctx, BarrierState &b) {
+  b.murule = ctx->resolvedMurule == 0 ? 4 : ctx->resolvedMurule;
+  if (b.nSlacks == 0) b.murule = 1;
+  b.maxCorrectors = ctx->drv.resolvedCorrectors;
+  if (ctx->opt.bar_maxcorrectors > 0) b.maxCorrectors = ctx->opt.bar_maxcorrectors;
+  if ((b.murule == 4 || b.murule == 5) && b.maxCorrectors <= 0) b.maxCorrectors = 1;
+  const MxProblemClass &cls = ctx->drv.cls;
+  b.convexModel = cls.convexity == 1 || cls.isLP;
+  b.modelIsLP = cls.isLP;
+  b.modelIsQP = cls.isQP;
+}
+
+// Model values at the user's point, which the driver evaluated already.
+int barStartValues(MXL_context *ctx, BarrierState &b) {
+  presolveXAppToPre(ctx, ctx->var.x.data(), b.x.data());
+  presolveCAppToPre(ctx, ctx->con.c.data(), b.cModel.data());
+  b.fTilde = presolveObjAppToPre(ctx, ctx->drv.objValue);
+  std::copy(ctx->var.objGrad.begin(), ctx->var.objGrad.begin() + b.n, b.gModel.begin());
+  std::copy(ctx->pat.jac.values.begin(), ctx->pat.jac.values.begin() + b.nnzJ, b.jacVals.begin());
+  if (!std::isfinite(b.fTilde)) {
+    mxl_printf(ctx, "ERROR: Objective function undefined at the initial point.\n");
+    mxl_printf(ctx, "       Please choose an initial point where the objective is defined.\n");
+    return MX_RC_EVAL_ERR;
+  }
+  for (int i = 0; i < b.m; ++i) {
+    if (std::isfinite(b.cModel[i])) continue;
+    if (ctx->con.name.exists() && ctx->con.hasName[i])
+      mxl_printf(ctx, "\nERROR: Constraint %s is undefined at the initial point.\n", ctx->con.name.v[i].c_str());
+    else
+      mxl_printf(ctx, "\nERROR: Constraint c[%d] is undefined at the initial point.\n", i);
+    mxl_printf(ctx, "       Please choose an initial point where all functions are defined.\n");
+    return MX_RC_EVAL_ERR;
+  }
+  return 0;
+}
+
+// Multipliers given by the user, turned into row multipliers.
+void barStartMultipliers(MXL_context *ctx, BarrierState &b) {
+  std::fill(b.lambda.begin(), b.lambda.end(), 0.0);
+  if (ctx->noInitialLambda || ctx->lambda.size() < static_cast<size_t>(b.m + b.n)) return;
+  for (int r = 0; r < b.mFull; ++r) {
+    const BarRow &row = b.rows[r];
+    const int at = row.onVariable() ? b.m + row.item : row.item;
+    const double v = -row.sign() * b.objSign * ctx->lambda[at];
+    b.lambda[r] = row.slack >= 0 ? std::max(v, 0.0) : v;
+  }
+}
+
+void barPrintDirectRow(MXL_context *ctx, const BarrierState &b) {
+  if (ctx->opt.debug < 1) return;
+  const char *res = kDirectResultNames[b.directResult];
+  if (!b.directStepOk) {
+    mxl_printf(ctx, "%6d \t\t\t\t\t\t\t\t\t\t       | \t\t\t\t\t %9s\n", b.iterCount, res);
+    return;
+  }
+  const double nA = norm2(b.nFull, b.dAff.data()), nlA = norm2(b.mFull, b.dLambdaAff.data());
+  const double nC = norm2(b.nFull, b.dCorr.data()), nlC = norm2(b.mFull, b.dLambdaCorr.data());
+  mxl_printf(ctx, "%6d %9.2e %9.2e %9.2e %9.2e %9.2e %9.2e %9.2e %9.2e", b.iterCount, b.muPrevious, b.mu,
+             b.alphaMaxPrimal, b.alphaMaxDual, nA, nlA, nC, nlC);
+  mxl_printf(ctx, " | %9.2e %9.2e %9.2e %9.2e %9s %8.1e %8.1e\n", norm2(b.nFull, b.d.data()),
+             norm2(b.mFull, b.dLambda.data()), b.alphaMaxPrimal, b.alphaMaxDual, res, b.pertH, b.regKKT);
+}
+
+void barPrintIteration(MXL_context *ctx, BarrierState &b, bool last) {
+  const int level = ctx->opt.outlev;
+  if (level < 2 || ctx->quietSubsolve || b.lastPrintedIter == b.iterCount) return;
+  const int printNow = level >= 3 || b.iterCount % 10 == 0 || last ? 1 : 0;
+  if (!printNow) return;
+  const double obj = presolveObjPreToApp(ctx, b.fTilde);
+  printIter(ctx, level, static_cast<unsigned>(b.iterCount), static_cast<unsigned>(ctx->eval.counters.numFCevals),
+            0u, 1, obj, b.feasErr, b.optErr, b.alpha * norm2(b.nX, b.d.data()));
+  b.lastPrintedIter = b.iterCount;
+}
+
+// The accepted trial becomes the current point.
+int barAcceptStep(MXL_context *ctx, BarrierState &b) {
+  b.x.swap(b.xTrial);
+  b.c.swap(b.cTrial);
+  b.cModel.swap(b.cModelTrial);
+  b.fTilde = b.fTildeTrial;
+  if (b.directStepOk) {
+    b.lambda.swap(b.lambdaTrial);
+    safeguardMultipliers(b, b.lambda.data());
+  }
+  ++b.iterCount;
+  ++b.muIterCount;
+  ++b.totalIterCount;
+  b.consecutiveCG = 0;
+  b.smallStepCount = b.alphaMaxPrimal < 0.01 ? b.smallStepCount + 1 : 0;
+  std::copy_backward(b.lastStepAlphas, b.lastStepAlphas + 9, b.lastStepAlphas + 10);
+  b.lastStepAlphas[0] = b.alphaMaxPrimal;
+  barrierUpdateTRaccept(b);
+  b.rejections = 0;
+  b.pertHMin = 0.0;
+  b.fallbackTries = 0;
+  const int rc = barrierComputeGA(ctx, b, b.x.data());
+  if (rc != 0) return rc;
+  if (b.directStepOk && !b.modelIsLP && !b.modelIsQP) resetBndMultipliers(b);
+  b.xNorm = norm2(b.nX, b.x.data());
+  b.cNorm = norm2(b.mFull, b.c.data());
+  return 0;
+}
+
+// A rejected step: without another kind of step to take over, the next
+// direct step is shifted further towards a gradient step.
+void barRejectStep(MXL_context *ctx, BarrierState &b) {
+  ++b.totalIterCount;
+  ++b.rejections;
+  b.pertHMin = std::max(1e-4, 10.0 * std::max(b.pertH, b.pertHMin));
+  b.fallbackTries = 60;
+  barrierUpdateTRreject(b);
+  if (ctx->opt.debug > 0) mxl_printf(ctx, "Step rejected (%d in a row); Hessian shift at least %9.2e\n",
+                                     b.rejections, b.pertHMin);
+}
+
+// One step from the current point: Hessian, direct step, line search.
+// Returns a negative code that ends the solve, else 0.
+int barTakeStep(MXL_context *ctx, BarrierState &b) {
+  if (b.stepOutcome == BAR_STEP_ACCEPTED || b.stepOutcome == BAR_STEP_AT_FLOOR) {
+    const int rc = barrierComputeH(ctx, b, 3);
+    if (rc != 0) return rc;
+  }
+  b.noCorrectors = false;
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    computeDirectStep(ctx, b);
+    barPrintDirectRow(ctx, b);
+    if (!b.directStepOk) {
+      if (b.fallbackTries > 0 && b.pertHMin >= 1e20) break;
+      b.fallbackTries = 60;
+      b.pertHMin = std::max(b.pertHMin, std::max(1e-4, 10.0 * b.pertH));
+      continue;
+    }
+    b.stepNorm = norm2(b.nFull, b.d.data());
+    const int rc = barrierLineSearch(ctx, b);
+    if (rc != 0) return rc;
+    if (b.stepOutcome == BAR_STEP_ACCEPTED) return barAcceptStep(ctx, b);
+    if (b.correctorsUsed == 0 || b.noCorrectors) break;
+    b.noCorrectors = true;  // a corrector that failed: once more without
+  }
+  b.stepOutcome = BAR_STEP_REJECTED;
+  barRejectStep(ctx, b);
+  return 0;
+}
+
+void barInitializeSub(MXL_context *, BarrierState &b) {
+  b.muIterCount = 0;
+  b.muIterCountAll = 0;
+  b.stepKind = 2;
+  b.flexCap = 100.0 * b.cNorm;
+}
+
+}  // namespace
+
+int barrierInitialize(MXL_context *ctx) {
+  if (!ctx->bar) ctx->bar.reset(new BarrierState);
+  BarrierState &b = *ctx->bar;
+  b.evalRequest = 4;
+  barrierSizes(ctx, b);
+  barrierAllocate(b);
+  initvals(ctx, b);
+  barResolveRules(ctx, b);
+  initmutol(ctx, b);
+  b.rho = 0.995;
+  if (const int rc = barStartValues(ctx, b)) return rc;
+  barStartMultipliers(ctx, b);
+  initializeSlacks(b, ctx->drv.resolvedSlackPush > 0.0 ? ctx->drv.resolvedSlackPush : 0.1);
+  initializeLambdaIneq(b, 0.0);
+  barrierFormRows(b, b.x.data(), b.cModel.data(), b.c.data());
+  barrierUpdateFG(b);
+  b.xNorm = norm2(b.nX, b.x.data());
+  barrierKKTinit(ctx, b, barChooseForm(ctx, b));
+  if (!b.kkt.analysed) return MX_RC_LINEAR_SOLVER_ERR;
+  presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
+  presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
+  b.feasErr = b.feasErr0 = b.feasErrBest = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
+  if (ctx->opt.outlev >= 2 && !ctx->quietSubsolve)
+    printIterHead(ctx, ctx->opt.outlev, 0, ctx->eval.counters.numFCevals, ctx->drv.objValue, b.feasErr);
+  b.lastPrintedIter = 0;
+  if (ctx->opt.debug >= 1) {
+    mxl_printf(ctx, "%s (Barrier Algorithm)\nDirect Step information\n\n", "Morvex");
+    mxl_printf(ctx, "  Iter     mu      muDYN     cutAS_P   cutAS_D   ||dAS||  ||dlAS||");
+    mxl_printf(ctx, "  ||dCC||  ||dlCC||  |    ||d||    ||dl||    alpha_P   alpha_D   Result");
+    mxl_printf(ctx, "    pertH   regKKT\n");
+  }
+  return 0;
+}
+
+int barrierNewpoint(MXL_context *ctx) {
+  BarrierState &b = *ctx->bar;
+  barrierLambdaToUser(b, b.lambda.data(), b.lambdaUser.data());
+  presolveLambdaPreToApp(ctx, b.lambdaUser.data(), b.lambdaApp.data());
+  presolveUntransform(ctx);
+  presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
+  int stop = 0;
+  if (ctx->hooks.newpt != nullptr && callbackForNewPoint(ctx, b.xApp.data(), b.lambdaApp.data()) == 0) stop = 1;
+  if (ctx->opt.newpoint == 1 || ctx->opt.newpoint == 2)
+    writeNewPoint(ctx, b.iterCount, presolveObjPreToApp(ctx, b.fTilde), b.xApp.data(), b.lambdaApp.data());
+  presolveTransform(ctx);
+  b.evalRequest = 6;
+  return stop;
+}
+
+int barrierRestartCheck(MXL_context *ctx) {
+  // Restarts from a new point are taken by the multi-start layer; the loop
+  // itself asks for none.
+  (void)ctx;
+  return 0;
+}
+
+void barrierFinished(MXL_context *ctx) {
+  BarrierState &b = *ctx->bar;
+  presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
+  presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
+  double f = presolveObjPreToApp(ctx, b.fTilde);
+  double feas = b.feasErr, opt = b.optErr;
+  const MxBestPoint &best = ctx->errState.best;
+  const bool bestFeasible = best.stored && best.bestFeasErr <= b.tolFeas;
+  const bool useBest = b.barStatus != 0 && best.stored &&
+                       ((!b.feasibleNow && bestFeasible) ||
+                        (b.feasibleNow && bestFeasible && b.objSign * best.bestObj < b.objSign * f) ||
+                        (!b.feasibleNow && !bestFeasible && best.bestFeasErr < b.feasErr));
+  if (useBest) {
+    restoreBestSolution(ctx, b.xApp.data(), b.lambdaApp.data(), b.cApp.data(), b.gModel.data(), b.jacVals.data(),
+                        &feas, &opt, &f);
+  }
+  presolveTransform(ctx);
+  std::copy(b.xApp.begin(), b.xApp.end(), ctx->var.x.begin());
+  std::copy(b.cApp.begin(), b.cApp.end(), ctx->con.c.begin());
+  ctx->lambda.assign(b.lambdaApp.begin(), b.lambdaApp.end());
+  std::copy(b.gModel.begin(), b.gModel.end(), ctx->var.objGrad.begin());
+  std::copy(b.jacVals.begin(), b.jacVals.end(), ctx->pat.jac.values.begin());
+  MxDriverState &d = ctx->drv;
+  d.objValue = f;
+  d.absFeasError = feas;
+  d.absOptError = opt;
+  d.feasErrorScale = b.feasScale;
+  d.optErrorScale = b.optScale;
+  d.isFeasibleFlag = useBest ? bestFeasible : b.feasibleNow;
+  d.numIters = b.iterCount;
+  d.fstopSatisfied = b.fstopReached ? 1 : d.fstopSatisfied;
+  ctx->returnCode = b.barStatus;
+  b.evalRequest = 5;
+  barrierKKTfree(b);
+}
+
+void barrierMain(MXL_context *ctx) {
+  const int rc = barrierInitialize(ctx);
+  BarrierState &b = *ctx->bar;
+  if (rc != 0) {
+    b.barStatus = rc;
+    b.evalRequest = 5;
+    ctx->returnCode = rc;
+    return;
+  }
+  bool retest = false;
+  for (;;) {
+    b.retestPass = retest;
+    barrierStopTest(ctx, b);
+    if (b.barStatus == 0 && !b.solutionFound && !retest && b.stepOutcome == BAR_STEP_ACCEPTED &&
+        (ctx->hooks.newpt != nullptr || ctx->opt.newpoint > 0) && b.iterCount > 0 && barrierNewpoint(ctx))
+      b.barStatus = MX_RC_USER_TERMINATION;
+    const bool ends = b.barStatus != 0 || b.solutionFound;
+    barPrintIteration(ctx, b, ends);
+    if (ends) break;
+    retest = false;
+    if (b.needMuUpdate) {
+      updatemutol(ctx, b);
+      barrierUpdateFG(b);
+      barInitializeSub(ctx, b);
+      // A monotone rule tests the new subproblem at once.
+      if (b.murule == 1 && b.stepOutcome != BAR_STEP_AT_FLOOR && b.mu > b.muFloorRef) {
+        retest = true;
+        continue;
+      }
+    }
+    const int st = barTakeStep(ctx, b);
+    if (st != 0) {
+      b.barStatus = st;
+      break;
+    }
+    if (b.rejections > 50) {
+      b.barStatus = b.feasibleNow ? MX_RC_FEAS_NO_IMPROVE : MX_RC_INFEAS_NO_IMPROVE;
+      break;
+    }
+  }
+  barrierFinished(ctx);
+}

@@ -1,0 +1,98 @@
+// Slacks and multipliers of the barrier method: start values, the slack
+// reset of a trial point, the safeguards after a step, and the bound
+// multipliers after a direct step.
+#include <algorithm>
+#include <cmath>
+
+#include "barrier/barrier.h"
+#include "interface/context.h"
+
+namespace {
+
+// The value of a row with its slack taken out: what the slack should be.
+inline double barRowTarget(const BarrierState &b, int r, const double *xs, const double *c) {
+  return c[r] + xs[b.nX + b.rows[r].slack];
+}
+
+}  // namespace
+
+void initializeSlacks(BarrierState &b, double push) {
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const BarRow &row = b.rows[b.slackRow[j]];
+    const double v = row.onVariable() ? b.x[row.item] : b.cModel[row.item];
+    b.x[b.nX + j] = std::max(push, row.sign() * (v - row.bound));
+  }
+}
+
+void initializeLambdaIneq(BarrierState &b, double floor) {
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const int r = b.slackRow[j];
+    // With no floor given, start on the central path of the current mu.
+    const double f = floor > 0.0 ? floor : std::max(b.mu, 1e-15) / b.x[b.nX + j];
+    b.lambda[r] = std::min(std::max(b.lambda[r], f), 1e10);
+  }
+}
+
+void resetSlacks(BarrierState &b, double *xs, double *c) {
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const int r = b.slackRow[j];
+    const double t = barRowTarget(b, r, xs, c);
+    // A larger slack lowers the barrier term and closes the row at once.
+    if (t > xs[b.nX + j]) {
+      xs[b.nX + j] = t;
+      c[r] = 0.0;
+    }
+  }
+}
+
+void safeguardMultipliers(BarrierState &b, double *lambda) {
+  for (int r = 0; r < b.mFull; ++r) lambda[r] = std::min(std::max(lambda[r], -1e20), 1e20);
+  if (b.murule != 1) return;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const int r = b.slackRow[j];
+    const double s = b.x[b.nX + j];
+    const double u = std::max(1.0, 1e16 / s);
+    const double v = std::min(u, lambda[r]);
+    lambda[r] = s > v ? std::max(std::max(std::min(1.0, 3e-16 / s), 1e-20), v) : v;
+  }
+}
+
+void replaceNegByZero(BarrierState &b, double *lambda) {
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const int r = b.slackRow[j];
+    if (lambda[r] < 0.0) lambda[r] = 0.0;
+  }
+}
+
+double getMinSlackVal(const BarrierState &b, const double *xs) {
+  double v = 1e300;
+  for (int j = 0; j < b.nSlacks; ++j) v = std::min(v, xs[b.nX + j]);
+  return v;
+}
+
+double getMaxLambdaVal(const BarrierState &b, const double *lambda) { return normInf(b.mFull, lambda); }
+
+// After a direct step the bound multipliers may be moved so that the
+// stationarity residual of their variable falls without worsening the
+// complementarity of the pair.
+void resetBndMultipliers(BarrierState &b) {
+  if (b.nBoundRows == 0 || b.mu <= 0.0) return;
+  std::vector<double> &r = b.workFull;
+  barrierDualResidual(b, b.x.data(), b.lambda.data(), r.data());
+  for (int side = 0; side < 2; ++side) {
+    for (int i = 0; i < b.n; ++i) {
+      const int row = b.varBoundRows[side][i];
+      if (row < 0) continue;
+      const double s = b.x[b.nX + b.rows[row].slack];
+      const double lam = b.lambda[row];
+      // r_i = g_i - ... - sign * lam: the share of this multiplier removed.
+      const double sign = b.rows[row].sign();
+      const double rNew = sign * r[i] + lam;  // residual with this multiplier at 0, seen from its side
+      const double cand = std::min(rNew, b.mu / s);
+      if (cand > lam && cand > 0.0) {
+        b.lambda[row] = cand;
+        r[i] -= sign * (cand - lam);
+      }
+    }
+  }
+}

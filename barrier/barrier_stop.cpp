@@ -1,0 +1,224 @@
+// The stop test of the barrier method: errors in the terms of the model as
+// given, the test of the barrier subproblem, and the limits that end a solve.
+#include <algorithm>
+#include <cmath>
+
+#include "barrier/barrier.h"
+#include "driver/error_measures.h"
+#include "driver/print.h"
+#include "driver/solve.h"
+#include "interface/context.h"
+
+double getBarCompErr(const BarrierState &b, const double *x, const double *lambda, const double *r, double mu) {
+  double viol = 0.0;
+  for (int j = 0; j < b.nSlacks; ++j) viol = std::max(viol, std::fabs(r[b.nX + j]));
+  if (mu > 0.001) return viol;
+  double v = 0.0;
+  const double *s = x + b.nX;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const double l = lambda[b.slackRow[j]];
+    v = std::max(v, std::max(0.0, std::min(std::min(l * s[j], l), s[j]) - mu));
+  }
+  return std::min(v, viol);
+}
+
+namespace {
+
+ErrJacobian barAppJacobian(const MXL_context *ctx, const BarrierState &b) {
+  ErrJacobian j;
+  j.nnz = b.nnzJ;
+  j.row = ctx->pat.jac.indexCons.data();
+  j.col = ctx->pat.jac.indexVars.data();
+  j.val = b.jacVals.data();
+  return j;
+}
+
+// Optimality error of the current multipliers in the model as given; the
+// repaired multipliers stay in lambdaApp.
+double barOptimalityError(MXL_context *ctx, BarrierState &b) {
+  barrierLambdaToUser(b, b.lambda.data(), b.lambdaUser.data());
+  presolveLambdaPreToApp(ctx, b.lambdaUser.data(), b.lambdaApp.data());
+  presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
+  presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
+  const double sign = b.objSign;
+  double opt = 0.0, comp = 0.0;
+  getOpterr(ctx, errModelApp(ctx), sign, b.xApp.data(), b.cApp.data(), b.gModel.data(), b.lambdaApp.data(),
+            barAppJacobian(ctx, b), b.rApp.data(), &opt, &comp);
+  b.compErrApp = comp;
+  return std::max(opt, comp);
+}
+
+void barScales(MXL_context *ctx, BarrierState &b) {
+  const double g = normInf(b.n, b.gModel.data());
+  if (!b.feasScaleSet) {
+    b.feasScale = std::max(1.0, b.feasErr);
+    b.feasScaleSet = true;
+    b.gradNormStart = g;
+  }
+  b.optScale = std::max(1.0, g);
+  if (b.mFull == 0) b.optScale = std::max(1.0, std::min(std::fabs(b.fTilde), b.gradNormStart));
+  (void)ctx;
+}
+
+bool barSubproblemSolved(MXL_context *ctx, const BarrierState &b, double gNorm) {
+  (void)ctx;
+  const double tolBarFeas = b.feasScale * b.muTol;
+  double optRef = std::max(b.optScale, gNorm);
+  if (b.murule != 1 && b.mFull > 0) optRef = std::max(optRef, std::min(normInf(b.mFull, b.lambda.data()), 1e6));
+  return b.cErr <= tolBarFeas && b.barrierErr <= optRef * b.muTol;
+}
+
+void barSetMuUpdate(MXL_context *ctx, BarrierState &b, bool solved) {
+  const bool force = b.tinyStepDrops > 1 || (b.nearSolution && b.ftolRun > 2);
+  b.monotoneDrop = (b.murule == 1 || b.safeguardCount >= 2) && (solved || force) && b.mu > b.muFloorRef;
+  if (b.stepOutcome == BAR_STEP_NONE || b.nSlacks == 0) {
+    b.needMuUpdate = false;
+  } else if (b.murule == 1 || (b.safeguardMode && b.safeguardCount >= 2)) {
+    b.needMuUpdate = b.monotoneDrop;
+  } else {
+    b.needMuUpdate = b.muIterCount > 0;
+  }
+  (void)ctx;
+}
+
+void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
+  b.cErr = normInf(b.mFull, b.c.data());
+  b.optErr = barOptimalityError(ctx, b);
+  b.feasErr = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
+  b.feasErrPre = getFeasErrPre(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
+  barScales(ctx, b);
+  b.dualInf = barrierDualResidual(b, b.x.data(), b.lambda.data(), b.workFull.data());
+  b.compErr = getBarCompErr(b, b.x.data(), b.lambda.data(), b.workFull.data(), b.mu);
+  b.barrierErr = std::max(b.dualInf, b.compErr);
+  const double gNorm = normInf(b.n, b.gModel.data());
+  const double tolFeas = std::min(ctx->opt.feastol * b.feasScale, ctx->opt.feastol_abs);
+  const double tolOpt = std::min(ctx->opt.opttol * b.optScale, ctx->opt.opttol_abs);
+  b.tolFeas = tolFeas;
+  b.tolOpt = tolOpt;
+  const bool solved = barSubproblemSolved(ctx, b, gNorm);
+  b.feasibleNow = isFeasible(ctx, errModelApp(ctx), b.xApp.data(), b.cApp.data(), b.feasErr, tolFeas);
+  if (b.feasibleNow) b.everFeasible = true;
+  if (b.mu >= 1e-8) b.barSlackFloor = 5e-16;
+  else if (solved && !b.feasibleNow && getMinSlackVal(b, b.x.data()) <= 5e-16) b.barSlackFloor = 1e-20;
+  b.errCurrent = std::max(b.feasErr, b.optErr);
+  b.nearSolution = (b.optErr < 1e-3 && b.feasErr < 1e-6) || (b.feasibleNow && b.feasErr < 1e-3);
+  b.solutionFound = b.feasibleNow && b.optErr <= tolOpt;
+  const double target = ctx->opt.fstopval;
+  if (!b.solutionFound && b.feasibleNow && ctx->opt.objrange > std::fabs(target)) {
+    const double f = presolveObjPreToApp(ctx, b.fTilde);
+    const bool reached = b.objSign < 0 ? f >= target : f <= target;
+    if (reached) b.solutionFound = b.fstopReached = true;
+  }
+  barSetMuUpdate(ctx, b, solved);
+  if (b.solutionFound) b.needMuUpdate = false;
+}
+
+// The best point is the feasible one of least objective, else the least
+// infeasible.
+void barKeepBest(MXL_context *ctx, BarrierState &b) {
+  MxBestPoint &best = ctx->errState.best;
+  const double f = presolveObjPreToApp(ctx, b.fTilde);
+  const double fMin = b.objSign * f;
+  bool better = !best.stored;
+  if (!better) {
+    const bool bestFeasible = best.bestFeasErr <= b.tolFeas;
+    if (b.feasibleNow && !bestFeasible) better = true;
+    else if (b.feasibleNow && bestFeasible) better = fMin <= b.objSign * best.bestObj;
+    else if (!b.feasibleNow && !bestFeasible) better = b.feasErr < best.bestFeasErr;
+  }
+  if (better)
+    storeBestSolution(ctx, b.xApp.data(), b.lambdaApp.data(), b.cApp.data(), b.gModel.data(), b.jacVals.data(),
+                      b.nnzJ, b.feasErr, b.optErr, f);
+}
+
+bool barTimeUp(MXL_context *ctx) {
+  const MxDriverState &d = ctx->drv;
+  return mxCpuSeconds() - d.cpuStart >= ctx->opt.maxtime_cpu || mxWallSeconds() - d.realStart >= ctx->opt.maxtime_real;
+}
+
+// Tiny steps: every component under 1e-15 (1 + |x_i|).
+bool barTinyStep(const BarrierState &b) {
+  if (b.iterCount == 0 || b.stepOutcome != BAR_STEP_ACCEPTED) return false;
+  for (int i = 0; i < b.nX; ++i)
+    if (std::fabs(b.alpha * b.d[i]) >= 1e-15 * (1.0 + std::fabs(b.x[i]))) return false;
+  return true;
+}
+
+void barStallCounters(MXL_context *ctx, BarrierState &b) {
+  if (b.stepOutcome != BAR_STEP_ACCEPTED || b.iterCount == 0) return;
+  bool xsmall = true;
+  for (int i = 0; i < b.nX && xsmall; ++i)
+    xsmall = std::fabs(b.alpha * b.d[i]) < (1.0 + std::fabs(b.x[i])) * ctx->opt.xtol;
+  b.xtolRun = xsmall ? b.xtolRun + 1 : 0;
+  const double f = b.fTilde;
+  b.ftolRun = b.feasibleNow && std::fabs(f - b.fPrev) < ctx->opt.ftol * (1.0 + std::fabs(f)) ? b.ftolRun + 1 : 0;
+  b.fPrev = f;
+  if (!b.feasibleNow) {
+    const bool stall = std::fabs(b.feasErr - b.feasErrPrevStall) < ctx->opt.infeastol * b.feasErr;
+    b.infeasStall = stall ? b.infeasStall + 1 : 0;
+  } else {
+    b.infeasStall = 0;
+  }
+  b.feasErrPrevStall = b.feasErr;
+}
+
+// Local infeasibility: the rows' residual is stationary for ||c||^2 while
+// the steps vanish.
+bool barInfeasibleStationary(BarrierState &b) {
+  if (b.feasibleNow || b.cNorm <= 1e-6 || b.iterCount == 0) return false;
+  std::vector<double> &g = b.workFull;
+  barrierJacTransTimes(b, b.x.data(), b.c.data(), g.data());
+  double wmax = 0.0;
+  for (int r = 0; r < b.mFull; ++r) wmax = std::max(wmax, std::fabs(b.c[r]));
+  const bool stationary = normInf(b.nFull, g.data()) < 1e-6 * (1.0 + wmax) * std::max(1.0, wmax);
+  const bool small = b.alpha * b.stepNorm < 1e-6 * (1.0 + b.xNorm);
+  b.infeasStationary = stationary && small ? b.infeasStationary + 1 : 0;
+  return b.infeasStationary >= 2;
+}
+
+int barLimitStatus(MXL_context *ctx, BarrierState &b) {
+  const bool feas = b.feasibleNow;
+  if (!feas && barInfeasibleStationary(b)) return MX_RC_INFEASIBLE;
+  const int stallLimit = ctx->opt.infeastol_iters;
+  if (!feas && stallLimit > 0 && b.infeasStall >= stallLimit) return MX_RC_INFEAS_NO_IMPROVE;
+  if (feas && b.stepOutcome == BAR_STEP_ACCEPTED && b.fTilde < -ctx->opt.objrange) return -300;
+  if (b.iterCount >= ctx->drv.resolvedMaxit) return feas ? -400 : -410;
+  const int fl = ctx->opt.maxfevals;
+  if (fl > 0 && ctx->eval.counters.numFCevals >= fl) return feas ? -402 : -412;
+  if (barTinyStep(b)) {
+    if (b.mu > b.muFloorRef && b.nSlacks > 0) {
+      b.mu = std::max(std::min(std::min(0.1 * b.muPrevious, b.mu), 1e-8), 3e-16);
+      b.muTol = b.mu;
+      b.murule = 1;
+      ++b.tinyStepDrops;
+      b.stepOutcome = BAR_STEP_AT_FLOOR;
+      barrierUpdateFG(b);
+      return 0;
+    }
+    if (!feas) return b.xtolRun >= ctx->opt.xtol_iters ? -201 : -202;
+    if (b.optErr > 100.0 * b.tolOpt) return b.xtolRun >= ctx->opt.xtol_iters ? -101 : -102;
+    return -100;
+  }
+  if (ctx->opt.xtol_iters > 0 && b.xtolRun >= ctx->opt.xtol_iters) return feas ? -101 : -201;
+  if (ctx->opt.ftol_iters > 0 && b.ftolRun >= ctx->opt.ftol_iters) return -103;
+  if (barTimeUp(ctx)) return feas ? -401 : -411;
+  return 0;
+}
+
+}  // namespace
+
+void barrierStopTest(MXL_context *ctx, BarrierState &b) {
+  if (b.stepOutcome == BAR_STEP_REJECTED) {
+    b.needMuUpdate = false;
+    b.forceFGUpdate = false;
+  } else {
+    testconvergenceBar(ctx, b);
+    barKeepBest(ctx, b);
+    if (!b.retestPass) barStallCounters(ctx, b);
+  }
+  if (b.solutionFound) {
+    b.barStatus = 0;
+    return;
+  }
+  b.barStatus = barLimitStatus(ctx, b);
+}

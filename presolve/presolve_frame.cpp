@@ -1,0 +1,78 @@
+// The presolve framework with an empty stack of reductions: Pre is the App
+// model in the sense of minimisation.
+#include <algorithm>
+
+#include "interface/context.h"
+#include "presolve/presolve.h"
+
+namespace {
+
+void presolve_identity_maps(PreModel &p, int n, int m) {
+  p.varPreToApp.resize(n);
+  p.varAppToPre.resize(n);
+  p.conPreToApp.resize(m);
+  p.conAppToPre.resize(m);
+  for (int j = 0; j < n; ++j) p.varPreToApp[j] = p.varAppToPre[j] = j;
+  for (int i = 0; i < m; ++i) p.conPreToApp[i] = p.conAppToPre[i] = i;
+}
+
+}  // namespace
+
+void presolveSetStructure(MXL_context *ctx) {
+  PreModel &p = ctx->pre;
+  p.stack.clear();
+  p.n = ctx->n;
+  p.m = ctx->m;
+  presolve_identity_maps(p, ctx->n, ctx->m);
+  p.xLo = ctx->var.lo;
+  p.xUp = ctx->var.up;
+  p.cLo = ctx->con.lo;
+  p.cUp = ctx->con.up;
+  p.conType = ctx->con.type;
+  p.nnzJ = ctx->pat.jac.nnz;
+  p.objSign = ctx->obj.goal == MX_OBJGOAL_MAXIMIZE ? -1.0 : 1.0;
+}
+
+void presolveHess(MXL_context *ctx) { ctx->pre.nnzH = ctx->pat.hess.nnz; }
+
+int presolveAnalyze(MXL_context *ctx) {
+  presolveSetStructure(ctx);
+  presolveHess(ctx);
+  ctx->pre.done = true;
+  return 1;
+}
+
+void presolveXPreToApp(const MXL_context *ctx, const double *xPre, double *xApp) {
+  const PreModel &p = ctx->pre;
+  for (int j = 0; j < p.n; ++j) xApp[p.varPreToApp[j]] = xPre[j];
+}
+
+void presolveXAppToPre(const MXL_context *ctx, const double *xApp, double *xPre) {
+  const PreModel &p = ctx->pre;
+  for (int j = 0; j < p.n; ++j) xPre[j] = xApp[p.varPreToApp[j]];
+}
+
+void presolveCAppToPre(const MXL_context *ctx, const double *cApp, double *cPre) {
+  const PreModel &p = ctx->pre;
+  for (int i = 0; i < p.m; ++i) cPre[i] = cApp[p.conPreToApp[i]];
+}
+
+void presolveCPreToApp(const MXL_context *ctx, const double *cPre, double *cApp) {
+  const PreModel &p = ctx->pre;
+  for (int i = 0; i < p.m; ++i) cApp[p.conPreToApp[i]] = cPre[i];
+}
+
+double presolveObjPreToApp(const MXL_context *ctx, double v) { return ctx->pre.objSign * v; }
+double presolveObjAppToPre(const MXL_context *ctx, double v) { return ctx->pre.objSign * v; }
+
+void presolveLambdaPreToApp(const MXL_context *ctx, const double *lPre, double *lApp) {
+  const PreModel &p = ctx->pre;
+  const int mApp = ctx->m, nApp = ctx->n;
+  std::fill(lApp, lApp + mApp + nApp, 0.0);
+  // Multipliers of a minimisation of -f are those of f with the sign turned.
+  for (int i = 0; i < p.m; ++i) lApp[p.conPreToApp[i]] = p.objSign * lPre[i];
+  for (int j = 0; j < p.n; ++j) lApp[mApp + p.varPreToApp[j]] = p.objSign * lPre[p.m + j];
+}
+
+void presolveTransform(MXL_context *) {}
+void presolveUntransform(MXL_context *) {}
