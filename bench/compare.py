@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Sets Morvex's collection CSV beside the peer solver's, as Markdown.
 
-Usage: bench/compare.py OURS.csv [PEER.csv] [--title TITLE] [--no-peer REASON]
-                        [--tolerance TOL] [--out FILE.md]
+Usage: bench/compare.py OURS.csv [PEER.csv] [--title TITLE] [--note LINE ...]
+                        [--no-peer REASON] [--tolerance TOL] [--out FILE.md]
 
 Both CSVs are those of bench/run_collection.py and bench/run_peer.py. Prints
 one row per model that both solve (status 0): model, statuses, time ratio and
@@ -66,6 +66,10 @@ def compare(ours, peer, tolerance):
     return result
 
 
+def own_mean_time(rows):
+    return rc.shifted_geometric_mean([number(r, "wall_seconds") for r in rows.values() if solved(r)])
+
+
 def fmt(value, digits=3):
     return f"{value:.{digits}g}" if value == value else "-"
 
@@ -81,25 +85,26 @@ def model_table(ours, peer, common):
     return lines
 
 
-def report(ours, peer, title, tolerance, no_peer):
-    lines = [f"# {title}", ""]
+def report(ours, peer, title, tolerance, no_peer, notes=()):
+    lines = [f"# {title}", ""] + [f"{note}  " for note in notes] + ([""] if notes else [])
     if peer is None:
         summary = compare(ours, {}, tolerance)
-        times = [number(r, "wall_seconds") for r in ours.values() if solved(r)]
         lines += [f"Peer: not run ({no_peer}).", "",
                   f"- models: {len(ours)}",
                   f"- Morvex solved: {summary['ours_solved']}",
                   f"- Morvex agreeing with the reference (relative error <= {tolerance:g}): {summary['ours_agree']}",
                   f"- Morvex shifted geometric mean time (10 ms shift, solved models): "
-                  f"{fmt(rc.shifted_geometric_mean(times), 4)} s"]
+                  f"{fmt(own_mean_time(ours), 4)} s"]
         return "\n".join(lines) + "\n"
     s = compare(ours, peer, tolerance)
     lines += ["Ratios are Morvex / peer over the models both solve (status 0); below 1 Morvex is faster "
               "or needs fewer iterations.", ""]
-    lines += model_table(ours, peer, s["common"])
+    lines += model_table(ours, peer, s["common"]) if s["common"] else ["No model is solved by both."]
     lines += ["", "| | Morvex | peer |", "|---|---:|---:|",
               f"| models | {len(ours)} | {len(peer)} |",
               f"| solved | {s['ours_solved']} | {s['peer_solved']} |",
+              f"| shifted geometric mean time of its own solved models, s (shift 10 ms) | "
+              f"{fmt(own_mean_time(ours), 4)} | {fmt(own_mean_time(peer), 4)} |",
               f"| agreeing with the reference (relative error <= {tolerance:g}) | {s['ours_agree']} | {s['peer_agree']} |",
               "", f"Solved by both: {len(s['common'])}", "",
               "| shifted geometric mean (models both solve) | Morvex | peer | ratio |", "|---|---:|---:|---:|",
@@ -116,10 +121,11 @@ def main():
     parser.add_argument("--title", default="Morvex and the peer solver")
     parser.add_argument("--no-peer", default="no peer CSV given")
     parser.add_argument("--tolerance", type=float, default=1e-5)
+    parser.add_argument("--note", action="append", default=[], help="a line under the title (repeatable)")
     parser.add_argument("--out", default=None)
     args = parser.parse_args()
     text = report(read_rows(args.ours), read_rows(args.peer) if args.peer else None, args.title,
-                  args.tolerance, args.no_peer)
+                  args.tolerance, args.no_peer, args.note)
     if args.out:
         with open(args.out, "w") as f:
             f.write(text)
