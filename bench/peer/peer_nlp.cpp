@@ -132,7 +132,8 @@ PeerResult peer_solve_file(const std::string &path, double timeLimit) {
 
   Ipopt::SmartPtr<Ipopt::IpoptApplication> app = IpoptApplicationFactory();
   peer_set_options(*app, timeLimit);
-  if (app->Initialize() != Ipopt::Solve_Succeeded) {
+  // No options file: an ipopt.opt in the working folder must not change the defaults.
+  if (app->Initialize("") != Ipopt::Solve_Succeeded) {
     result.status = PEER_RC_BAD_OPTION;
     return result;
   }
