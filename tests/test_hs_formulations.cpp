@@ -254,6 +254,53 @@ TEST(HsModelBuild, LibraryEvaluatesEachModelAsItsProblemDoes) {
   EXPECT_TRUE(failures.empty()) << join(failures);
 }
 
+// The installed routine answers Hessian and Hessian-vector requests at any
+// sigma and multipliers as the problem's dense Hessian says, within its pattern.
+TEST(HsModelBuild, CallbackServesHessiansAndProductsAtAnyMultipliers) {
+  std::mt19937 rng(7);
+  std::uniform_real_distribution<double> u(-1.0, 1.0);
+  std::vector<std::string> failures;
+  for (const HsProblem &p : hsProblems()) {
+    if (p.eval == nullptr) continue;
+    std::unique_ptr<HsModel> m = hsBuild(p);
+    const size_t n = static_cast<size_t>(p.n);
+    const std::vector<double> x = nearbyPoint(p, rng);
+    std::vector<double> lambda(static_cast<size_t>(p.m + p.n)), vec(n), hv(n);
+    for (double &l : lambda) l = u(rng);
+    for (double &v : vec) v = u(rng);
+    const double sigma = 1.5 + u(rng), none = 0.0;
+    std::vector<double> hess(m->pattern.hessRows.size());
+    for (const double *sg : {&sigma, &none}) {
+      MX_eval_request q{MX_EVALTYPE_H, 0, x.data(), lambda.data(), sg, vec.data()};
+      MX_eval_result r{};
+      r.hess = hess.data();
+      int rc = hsCallback(nullptr, nullptr, &q, &r, m.get());
+      q.type = MX_EVALTYPE_HV;
+      r.hessVec = hv.data();
+      rc = rc != 0 ? rc : hsCallback(nullptr, nullptr, &q, &r, m.get());
+      const HsDense d = hsEvaluate(p, x.data(), *sg, lambda.data());
+      std::vector<double> H(n * n, 0.0);
+      for (size_t k = 0; k < hess.size(); ++k) {
+        H[m->pattern.hessRows[k] * n + m->pattern.hessCols[k]] += hess[k];
+        if (m->pattern.hessRows[k] != m->pattern.hessCols[k]) H[m->pattern.hessCols[k] * n + m->pattern.hessRows[k]] += hess[k];
+      }
+      double err = 0.0, scale = 1.0;
+      for (size_t i = 0; i < n; ++i) {
+        double prod = 0.0;
+        for (size_t j = 0; j < n; ++j) {
+          err = std::max(err, std::fabs(H[i * n + j] - d.H[i * n + j]));
+          scale = std::max(scale, std::fabs(d.H[i * n + j]));
+          prod += d.H[i * n + j] * vec[j];
+        }
+        err = std::max(err, std::fabs(hv[i] - prod));
+      }
+      if (rc != 0 || err > 1e-12 * scale)
+        failures.push_back(std::string(p.name) + ": rc " + std::to_string(rc) + ", error " + std::to_string(err));
+    }
+  }
+  EXPECT_TRUE(failures.empty()) << join(failures);
+}
+
 // HS35 at x*: the constraint x1 + x2 + 2 x3 <= 3 is active with multiplier
 // 2/9 (upper side, so positive); all bounds are inactive.
 TEST(HsKktCheck, AcceptsTheTrueMultipliersAndRejectsWrongOnes) {

@@ -124,15 +124,6 @@ int hsServe(const HsModel &m, MX_eval_request_ptr q, MX_eval_result_ptr r) {
   return 0;
 }
 
-int hsCallback(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr q, MX_eval_result_ptr r,
-               void *user) {
-  try {
-    return hsServe(*static_cast<const HsModel *>(user), q, r);
-  } catch (const std::exception &) {
-    return -1;  // no exception may cross into the library
-  }
-}
-
 // Records the first failing call.
 struct HsSteps {
   HsModel &m;
@@ -197,6 +188,15 @@ void hsAddCallback(HsSteps &s) {
 }
 
 }  // namespace
+
+int hsCallback(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr q, MX_eval_result_ptr r,
+               void *user) {
+  try {
+    return hsServe(*static_cast<const HsModel *>(user), q, r);
+  } catch (const std::exception &) {
+    return -1;  // no exception may cross into the library
+  }
+}
 
 std::unique_ptr<HsModel> hsBuild(const HsProblem &p, const HsOptions &opt) {
   std::unique_ptr<HsModel> m(new HsModel);

@@ -52,6 +52,11 @@ struct HsModel {
 };
 std::unique_ptr<HsModel> hsBuild(const HsProblem &p, const HsOptions &opt = {});
 
+// The routine the builder installs for every request type; userParams is
+// the HsModel.
+int hsCallback(MX_context_ptr kc, MX_cb_context_ptr cb, MX_eval_request_ptr q, MX_eval_result_ptr r,
+               void *user);
+
 struct HsSolution {
   int rc = 0;                  // return code of MX_solve
   double f = 0.0;
