@@ -184,6 +184,94 @@ TEST(HsFormulations, PublishedSolutionsReachThePublishedValueFeasibly) {
   EXPECT_TRUE(failures.empty()) << join(failures);
 }
 
+// An item (constraint or bound) active at x*: its gradient row and the side
+// its multiplier must take (-1 lower, +1 upper, 0 equality).
+struct Active {
+  std::vector<double> row;
+  int side;
+  std::string name;
+};
+
+std::vector<Active> activeAt(const HsProblem &p, const HsDense &d, const std::vector<double> &x) {
+  const size_t n = static_cast<size_t>(p.n);
+  std::vector<Active> act;
+  auto add = [&](double v, double lo, double up, double spread, std::vector<double> row, std::string nm) {
+    const double tol = 1e-5 * std::max(1.0, spread);
+    const bool atLo = std::fabs(lo) < HS_INF && std::fabs(v - lo) <= tol;
+    const bool atUp = std::fabs(up) < HS_INF && std::fabs(v - up) <= tol;
+    if (atLo || atUp) act.push_back({std::move(row), atLo && atUp ? 0 : (atLo ? -1 : 1), std::move(nm)});
+  };
+  for (int i = 0; i < p.m; ++i) {
+    double spread = 0.0;
+    for (size_t j = 0; j < n; ++j) spread += std::fabs(d.J[i * n + j] * x[j]);
+    add(d.c[i], p.clo[i], p.cup[i], spread, std::vector<double>(d.J.begin() + i * n, d.J.begin() + (i + 1) * n),
+        "c" + std::to_string(i));
+  }
+  for (size_t j = 0; j < n; ++j) {
+    std::vector<double> e(n, 0.0);
+    e[j] = 1.0;
+    add(x[j], p.xlo.empty() ? -HS_INF : p.xlo[j], p.xup.empty() ? HS_INF : p.xup[j], std::fabs(x[j]), e,
+        "x" + std::to_string(j));
+  }
+  return act;
+}
+
+// Least-squares multipliers: min ||g + A' lambda|| through the normal
+// equations with a tiny ridge (active gradients may be dependent).
+std::vector<double> leastSquaresMultipliers(const std::vector<Active> &act, const std::vector<double> &g) {
+  const size_t k = act.size(), n = g.size();
+  std::vector<std::vector<double>> M(k, std::vector<double>(k + 1, 0.0));
+  for (size_t a = 0; a < k; ++a) {
+    for (size_t b = 0; b < k; ++b)
+      for (size_t j = 0; j < n; ++j) M[a][b] += act[a].row[j] * act[b].row[j];
+    M[a][a] += 1e-12;
+    for (size_t j = 0; j < n; ++j) M[a][k] -= act[a].row[j] * g[j];
+  }
+  for (size_t c = 0; c < k; ++c) {
+    size_t piv = c;
+    for (size_t r = c + 1; r < k; ++r)
+      if (std::fabs(M[r][c]) > std::fabs(M[piv][c])) piv = r;
+    std::swap(M[c], M[piv]);
+    for (size_t r = 0; r < k; ++r) {
+      if (r == c || M[c][c] == 0.0) continue;
+      const double f = M[r][c] / M[c][c];
+      for (size_t t = c; t <= k; ++t) M[r][t] -= f * M[c][t];
+    }
+  }
+  std::vector<double> lambda(k, 0.0);
+  for (size_t c = 0; c < k; ++c) lambda[c] = M[c][c] != 0.0 ? M[c][k] / M[c][c] : 0.0;
+  return lambda;
+}
+
+// The published solution is a KKT point of the formulation: multipliers of
+// the active items make the Lagrangian gradient vanish (to the precision
+// of the published digits) with the signs of their sides. A constraint
+// written the wrong way round, or a term that vanishes at x*, shows here.
+TEST(HsFormulations, PublishedSolutionsAreKktPointsOfTheFormulation) {
+  std::vector<std::string> failures;
+  for (const HsProblem &p : hsProblems()) {
+    std::string why;
+    if (p.xstar.empty() || !sizesOk(p, &why)) continue;
+    const HsDense d = hsEvaluate(p, p.xstar.data());
+    const std::vector<Active> act = activeAt(p, d, p.xstar);
+    const std::vector<double> lambda = leastSquaresMultipliers(act, d.g);
+    double scale = 1.0;
+    for (double v : d.g) scale = std::max(scale, std::fabs(v));
+    std::vector<double> r = d.g;
+    std::ostringstream s;
+    for (size_t a = 0; a < act.size(); ++a) {
+      for (size_t j = 0; j < r.size(); ++j) r[j] += lambda[a] * act[a].row[j];
+      if (act[a].side * lambda[a] < -1e-4 * scale)
+        s << " multiplier of " << act[a].name << " has the wrong sign (" << lambda[a] << ");";
+    }
+    double res = 0.0;
+    for (double v : r) res = std::max(res, std::fabs(v));
+    if (res > 1e-4 * scale) s << " Lagrangian gradient " << res << " with " << act.size() << " active items;";
+    if (!s.str().empty()) failures.push_back(std::string(p.name) + ":" + s.str());
+  }
+  EXPECT_TRUE(failures.empty()) << join(failures);
+}
+
 TEST(HsFormulations, ReferenceValuesAgreeWithTheCollectionTable) {
   const std::string path = std::string(MORVEX_DATA_DIR) + "/hock-schittkowski/hs_reference.tsv";
   std::ifstream in(path);
