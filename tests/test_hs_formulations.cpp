@@ -199,7 +199,11 @@ std::vector<Active> activeAt(const HsProblem &p, const HsDense &d, const std::ve
     const double tol = 1e-5 * std::max(1.0, spread);
     const bool atLo = std::fabs(lo) < HS_INF && std::fabs(v - lo) <= tol;
     const bool atUp = std::fabs(up) < HS_INF && std::fabs(v - up) <= tol;
-    if (atLo || atUp) act.push_back({std::move(row), atLo && atUp ? 0 : (atLo ? -1 : 1), std::move(nm)});
+    if (!atLo && !atUp) return;
+    double norm = 0.0;
+    for (double r : row) norm = std::max(norm, std::fabs(r));
+    for (double &r : row) r /= norm > 0.0 ? norm : 1.0;  // unit rows keep the ridge below relevance
+    act.push_back({std::move(row), atLo && atUp ? 0 : (atLo ? -1 : 1), std::move(nm)});
   };
   for (int i = 0; i < p.m; ++i) {
     double spread = 0.0;

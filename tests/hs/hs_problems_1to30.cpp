@@ -123,6 +123,13 @@ void hs016(HsEval &e) {
   lin(e, 1, 1.0, 1);
 }
 
+// Rosenbrock;  x1 + x2^2 >= 0;  x1^2 + x2 >= 0;  x1^2 + x2^2 >= 1
+void hs020(HsEval &e) {
+  hs016(e);
+  powdiff(e, 2, 1.0, 0, -1, 0.0, 2);
+  powdiff(e, 2, 1.0, 1, -1, 0.0, 2);
+}
+
 // 0.01 x1^2 + x2^2;  x1 x2 >= 25;  x1^2 + x2^2 >= 25
 void hs018(HsEval &e) {
   powdiff(e, -1, 0.01, 0, -1, 0.0, 2);
@@ -281,6 +288,8 @@ void hsAddProblems1to30(std::vector<HsProblem> &out) {
                  {std::sqrt(250.0), std::sqrt(2.5)}});
   out.push_back({"hs019", 2, 2, hs019, {20.1, 5.84}, {13, 0}, {100, 100}, {100, -82.81}, {INF, INF},
                  -6961.81381, {14.095, x19}});
+  out.push_back({"hs020", 2, 3, hs020, {-2, 1}, {-0.5, -INF}, {0.5, INF}, {0, 0, 1}, {INF, INF, INF},
+                 81.5 - 25.0 * SQ3, {0.5, 0.5 * SQ3}});
   out.push_back({"hs021", 2, 1, hs021, {-1, -1}, {2, -50}, {50, 50}, {10}, {INF}, -99.96, {2, 0},
                  true, {{0, 0, 10.0}, {0, 1, -1.0}}, -100.0});
   out.push_back({"hs022", 2, 2, hs022, {2, 2}, {}, {}, {-2, 0}, {INF, INF}, 1.0, {1, 1}, true,

@@ -166,6 +166,9 @@ void hs044(HsEval &e) {
   bilin(e, -1, -1.0, 1, 3);
 }
 
+// 2 - x1 x2 x3 x4 x5 / 120 (2 is structure)
+void hs045(HsEval &e) { prod(e, -1, -1.0 / 120.0, {0, 1, 2, 3, 4}); }
+
 // (x1 - x2)^2 + (x3 - 1)^2 + (x4 - 1)^4 + (x5 - 1)^6
 void hs046obj(HsEval &e) {
   powdiff(e, -1, 1.0, 0, 1, 0.0, 2);
@@ -284,6 +287,21 @@ void hs052(HsEval &e) {
 }
 void hs053(HsEval &e) { hs051obj(e, 1.0); }
 
+// -x1 x2 x3;  x_i - 4.2 sin^2 x_{i+3} = 0 (i = 1..3);  x1 + 2 x2 + 2 x3 - 7.2 sin^2 x7 = 0
+void hs056(HsEval &e) {
+  prod(e, -1, -1.0, {0, 1, 2});
+  for (int k = 0; k < 4; ++k) {
+    const int t = 3 + k;
+    const double a = k < 3 ? 4.2 : 7.2, s = std::sin(e.x[t]);
+    e.c[k] -= a * s * s;
+    e.J(k, t, -a * std::sin(2.0 * e.x[t]));
+    e.Hc(k, t, t, -2.0 * a * std::cos(2.0 * e.x[t]));
+    lin(e, k, 1.0, k < 3 ? k : 0);
+  }
+  lin(e, 3, 2.0, 1);
+  lin(e, 3, 2.0, 2);
+}
+
 // (x1 - 1)^2 + (x1 - x2)^2 + (x2 - x3)^4;  x1 (1 + x2^2) + x3^4 = 4 + 3 sqrt 2
 void hs060(HsEval &e) {
   powdiff(e, -1, 1.0, 0, -1, 1.0, 2);
@@ -343,6 +361,8 @@ void hsAddProblems31to60(std::vector<HsProblem> &out) {
                  {{-1, 0, 1.0}, {-1, 1, -1.0}, {-1, 2, -1.0}, {0, 0, 1.0}, {0, 1, 2.0}, {1, 0, 4.0},
                   {1, 1, 1.0}, {2, 0, 3.0}, {2, 1, 4.0}, {3, 2, 2.0}, {3, 3, 1.0}, {4, 2, 1.0},
                   {4, 3, 2.0}, {5, 2, 1.0}, {5, 3, 1.0}}});
+  out.push_back({"hs045", 5, 0, hs045, {2, 2, 2, 2, 2}, {0, 0, 0, 0, 0}, {1, 2, 3, 4, 5}, {}, {}, 1.0,
+                 {1, 2, 3, 4, 5}, false, {}, 2.0});
   out.push_back({"hs046", 5, 2, hs046, {0.5 * SQ2, 1.75, 0.5, 2, 2}, {}, {}, {1, 2}, {1, 2}, 0.0, ones});
   out.push_back({"hs047", 5, 3, hs047, {2, SQ2, -1, 2 - SQ2, 0.5}, {}, {}, {3, 1, 1}, {3, 1, 1}, 0.0,
                  ones});
@@ -358,6 +378,10 @@ void hsAddProblems31to60(std::vector<HsProblem> &out) {
   out.push_back({"hs053", 5, 3, hs053, {2, 2, 2, 2, 2}, std::vector<double>(5, -10),
                  std::vector<double>(5, 10), {0, 0, 0}, {0, 0, 0}, 176.0 / 43.0,
                  {-33.0 / 43, 11.0 / 43, 27.0 / 43, -5.0 / 43, 11.0 / 43}, true, hs051linear()});
+  const double a56 = std::asin(std::sqrt(1.0 / 4.2)), b56 = std::asin(std::sqrt(5.0 / 7.2));
+  const double p56 = std::asin(std::sqrt(4.0 / 7.0)), q56 = std::asin(std::sqrt(2.0 / 7.0));
+  out.push_back({"hs056", 7, 4, hs056, {1, 1, 1, a56, a56, a56, b56}, {}, {},
+                 {0, 0, 0, 0}, {0, 0, 0, 0}, -3.456, {2.4, 1.2, 1.2, p56, q56, q56, 0.5 * M_PI}});
   out.push_back({"hs060", 3, 1, hs060, {2, 2, 2}, {-10, -10, -10}, {10, 10, 10}, {4 + 3 * SQ2},
                  {4 + 3 * SQ2}, 0.0325682, {1.104859024, 1.196674194, 1.535262257}});
 }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cmath>
-#include <initializer_list>
 #include <vector>
 
 #include "hs/hs_problems.h"
@@ -29,10 +28,8 @@ inline void val(HsEval &e, int k, double v) {
 }
 
 // coef * prod x_idx[t]^pow[t] (distinct indices).
-inline void mono(HsEval &e, int k, double coef, std::initializer_list<int> idx,
-                 std::initializer_list<double> pw) {
-  const std::vector<int> id(idx);
-  const std::vector<double> p(pw);
+inline void mono(HsEval &e, int k, double coef, const std::vector<int> &id,
+                 const std::vector<double> &p) {
   const int q = static_cast<int>(id.size());
   double v = coef;
   for (int t = 0; t < q; ++t) v *= std::pow(e.x[id[t]], p[t]);
