@@ -55,11 +55,11 @@ struct DiffCheck {
   const char *where;
   std::vector<std::string> &failures;
 
-  void compare(const char *what, int i, int j, double exact, double diff) {
+  // what: "df/dx", "dc2/dx", "d2f/dx1dx" or "d2c2/dx1dx", completed by j.
+  void compare(const std::string &what, size_t j, double exact, double diff) {
     if (std::fabs(exact - diff) <= 1e-6 * std::max(1.0, std::fabs(exact))) return;
     std::ostringstream s;
-    s << p.name << " at " << where << ": " << what << "(" << i << "," << j << ") exact " << exact
-      << ", differences " << diff;
+    s << p.name << " at " << where << ": " << what << j << " exact " << exact << ", differences " << diff;
     failures.push_back(s.str());
   }
 
@@ -81,12 +81,15 @@ struct DiffCheck {
       xp[j] += h;
       xm[j] -= h;
       const HsDense a = hsEvaluate(p, xp.data()), b = hsEvaluate(p, xm.data());
-      compare("df", 0, j, d.g[j], (a.f - b.f) / (2 * h));
-      for (size_t i = 0; i < n; ++i) compare("d2f", i, j, obj.H[i * n + j], (a.g[i] - b.g[i]) / (2 * h));
+      compare("df/dx", j, d.g[j], (a.f - b.f) / (2 * h));
+      for (size_t i = 0; i < n; ++i)
+        compare("d2f/dx" + std::to_string(i) + "dx", j, obj.H[i * n + j], (a.g[i] - b.g[i]) / (2 * h));
       for (size_t k = 0; k < m; ++k) {
-        compare("dc", k, j, d.J[k * n + j], (a.c[k] - b.c[k]) / (2 * h));
+        const std::string c = std::to_string(k);
+        compare("dc" + c + "/dx", j, d.J[k * n + j], (a.c[k] - b.c[k]) / (2 * h));
         for (size_t i = 0; i < n; ++i)
-          compare("d2c", k * 100 + i, j, con[k].H[i * n + j], (a.J[k * n + i] - b.J[k * n + i]) / (2 * h));
+          compare("d2c" + c + "/dx" + std::to_string(i) + "dx", j, con[k].H[i * n + j],
+                  (a.J[k * n + i] - b.J[k * n + i]) / (2 * h));
       }
     }
   }
@@ -184,6 +187,8 @@ TEST(HsFormulations, PublishedSolutionsReachThePublishedValueFeasibly) {
   EXPECT_TRUE(failures.empty()) << join(failures);
 }
 
+namespace {
+
 // An item (constraint or bound) active at x*: its gradient row and the side
 // its multiplier must take (-1 lower, +1 upper, 0 equality).
 struct Active {
@@ -247,6 +252,8 @@ std::vector<double> leastSquaresMultipliers(const std::vector<Active> &act, cons
   return lambda;
 }
 
+}  // namespace
+
 // The published solution is a KKT point of the formulation: multipliers of
 // the active items make the Lagrangian gradient vanish (to the precision
 // of the published digits) with the signs of their sides. A constraint
@@ -305,42 +312,98 @@ TEST(HsFormulations, ReferenceValuesAgreeWithTheCollectionTable) {
   EXPECT_TRUE(failures.empty()) << join(failures);
 }
 
+namespace {
+
+// What the library holds after evaluating the start point (algorithm -2).
+struct LibraryPoint {
+  std::vector<double> x, c, g, J;  // J dense m x n
+  double f = 0.0;
+};
+
+int evaluateStart(const HsProblem &p, LibraryPoint &lp, std::string *failed) {
+  std::unique_ptr<HsModel> m = hsBuild(p, {{{MX_PARAM_ALGORITHM, -2}}, {}});
+  *failed = m->failedCall;
+  const int rc = m->buildRc != 0 ? m->buildRc : MX_solve(m->kc);
+  if (rc != 0) return rc;
+  const size_t n = static_cast<size_t>(p.n), mc = static_cast<size_t>(p.m);
+  lp.x.assign(n, 0.0);
+  lp.c.assign(mc, 0.0);
+  lp.g.assign(n, 0.0);
+  lp.J.assign(mc * n, 0.0);
+  MX_nnz nnz = 0;
+  MX_get_var_primal_values_all(m->kc, lp.x.data());
+  MX_get_obj_value(m->kc, &lp.f);
+  MX_get_con_values_all(m->kc, lp.c.data());
+  MX_get_objgrad_values_all(m->kc, lp.g.data());
+  MX_get_jacobian_nnz(m->kc, &nnz);
+  std::vector<int> rows(static_cast<size_t>(nnz)), cols(static_cast<size_t>(nnz));
+  std::vector<double> jac(static_cast<size_t>(nnz));
+  MX_get_jacobian_values(m->kc, rows.data(), cols.data(), jac.data());
+  for (size_t k = 0; k < jac.size(); ++k) lp.J[rows[k] * n + cols[k]] += jac[k];
+  return 0;
+}
+
+void compareValues(std::ostringstream &s, const char *what, const std::vector<double> &got,
+                   const std::vector<double> &want) {
+  for (size_t k = 0; k < want.size(); ++k)
+    if (std::fabs(got[k] - want[k]) > 1e-9 * std::max(1.0, std::fabs(want[k])))
+      s << " " << what << "[" << k << "] " << got[k] << " vs " << want[k] << ";";
+}
+
+// Largest error of the routine's Hessian (through its pattern) and of its
+// Hessian-vector product against the dense Hessian at the same sigma and
+// multipliers, relative to the largest Hessian entry; -1 when a call fails.
+double servedHessianError(const HsModel &m, const std::vector<double> &x, const double *sigma,
+                          std::vector<double> &lambda, std::vector<double> &vec) {
+  const HsProblem &p = *m.problem;
+  const size_t n = static_cast<size_t>(p.n);
+  std::vector<double> hess(m.pattern.hessRows.size()), hv(n), H(n * n, 0.0);
+  MX_eval_request q{MX_EVALTYPE_H, 0, x.data(), lambda.data(), sigma, vec.data()};
+  MX_eval_result r{};
+  r.hess = hess.data();
+  r.hessVec = hv.data();
+  void *user = const_cast<HsModel *>(&m);
+  if (hsCallback(nullptr, nullptr, &q, &r, user) != 0) return -1.0;
+  q.type = MX_EVALTYPE_HV;
+  if (hsCallback(nullptr, nullptr, &q, &r, user) != 0) return -1.0;
+  for (size_t k = 0; k < hess.size(); ++k) {
+    const size_t i = m.pattern.hessRows[k], j = m.pattern.hessCols[k];
+    H[i * n + j] += hess[k];
+    if (i != j) H[j * n + i] += hess[k];
+  }
+  const HsDense d = hsEvaluate(p, x.data(), *sigma, lambda.data());
+  double err = 0.0, scale = 1.0;
+  for (size_t i = 0; i < n; ++i) {
+    double prod = 0.0;
+    for (size_t j = 0; j < n; ++j) {
+      err = std::max(err, std::fabs(H[i * n + j] - d.H[i * n + j]));
+      scale = std::max(scale, std::fabs(d.H[i * n + j]));
+      prod += d.H[i * n + j] * vec[j];
+    }
+    err = std::max(err, std::fabs(hv[i] - prod));
+  }
+  return err / scale;
+}
+
+}  // namespace
+
 // The library's own evaluation at its start point (algorithm -2) matches the
 // problem's: this covers the builder, the callback and the linear structure.
 TEST(HsModelBuild, LibraryEvaluatesEachModelAsItsProblemDoes) {
   std::vector<std::string> failures;
   for (const HsProblem &p : hsProblems()) {
-    std::unique_ptr<HsModel> m = hsBuild(p, {{{MX_PARAM_ALGORITHM, -2}}, {}});
-    const int rc = m->buildRc != 0 ? m->buildRc : MX_solve(m->kc);
-    if (rc != 0) {
-      failures.push_back(std::string(p.name) + ": build or evaluation returned " + std::to_string(rc) +
-                         " " + m->failedCall);
+    LibraryPoint lp;
+    std::string call;
+    if (const int rc = evaluateStart(p, lp, &call)) {
+      failures.push_back(std::string(p.name) + ": build or evaluation returned " + std::to_string(rc) + " " + call);
       continue;
     }
-    const size_t n = static_cast<size_t>(p.n), m_ = static_cast<size_t>(p.m);
-    std::vector<double> x(n), c(m_), g(n);
-    double f = 0.0;
-    MX_nnz nnz = 0;
-    MX_get_var_primal_values_all(m->kc, x.data());
-    MX_get_obj_value(m->kc, &f);
-    MX_get_con_values_all(m->kc, c.data());
-    MX_get_objgrad_values_all(m->kc, g.data());
-    MX_get_jacobian_nnz(m->kc, &nnz);
-    std::vector<int> rows(static_cast<size_t>(nnz)), cols(static_cast<size_t>(nnz));
-    std::vector<double> jac(static_cast<size_t>(nnz));
-    MX_get_jacobian_values(m->kc, rows.data(), cols.data(), jac.data());
-    const HsDense d = hsEvaluate(p, x.data());
-    std::vector<double> J(m_ * n, 0.0);
-    for (size_t k = 0; k < jac.size(); ++k) J[rows[k] * n + cols[k]] += jac[k];
-    auto near = [](double a, double b) { return std::fabs(a - b) <= 1e-9 * std::max(1.0, std::fabs(b)); };
+    const HsDense d = hsEvaluate(p, lp.x.data());
     std::ostringstream s;
-    if (!near(f, d.f)) s << " f " << f << " vs " << d.f << ";";
-    for (size_t i = 0; i < m_; ++i)
-      if (!near(c[i], d.c[i])) s << " c" << i << " " << c[i] << " vs " << d.c[i] << ";";
-    for (size_t j = 0; j < n; ++j)
-      if (!near(g[j], d.g[j])) s << " g" << j << " " << g[j] << " vs " << d.g[j] << ";";
-    for (size_t k = 0; k < J.size(); ++k)
-      if (!near(J[k], d.J[k])) s << " J(" << k / n << "," << k % n << ") " << J[k] << " vs " << d.J[k] << ";";
+    compareValues(s, "f", {lp.f}, {d.f});
+    compareValues(s, "c", lp.c, d.c);
+    compareValues(s, "g", lp.g, d.g);
+    compareValues(s, "J", lp.J, d.J);
     if (!s.str().empty()) failures.push_back(std::string(p.name) + ":" + s.str());
   }
   EXPECT_TRUE(failures.empty()) << join(failures);
@@ -355,39 +418,15 @@ TEST(HsModelBuild, CallbackServesHessiansAndProductsAtAnyMultipliers) {
   for (const HsProblem &p : hsProblems()) {
     if (p.eval == nullptr) continue;
     std::unique_ptr<HsModel> m = hsBuild(p);
-    const size_t n = static_cast<size_t>(p.n);
     const std::vector<double> x = nearbyPoint(p, rng);
-    std::vector<double> lambda(static_cast<size_t>(p.m + p.n)), vec(n), hv(n);
+    std::vector<double> lambda(static_cast<size_t>(p.m + p.n)), vec(static_cast<size_t>(p.n));
     for (double &l : lambda) l = u(rng);
     for (double &v : vec) v = u(rng);
     const double sigma = 1.5 + u(rng), none = 0.0;
-    std::vector<double> hess(m->pattern.hessRows.size());
     for (const double *sg : {&sigma, &none}) {
-      MX_eval_request q{MX_EVALTYPE_H, 0, x.data(), lambda.data(), sg, vec.data()};
-      MX_eval_result r{};
-      r.hess = hess.data();
-      int rc = hsCallback(nullptr, nullptr, &q, &r, m.get());
-      q.type = MX_EVALTYPE_HV;
-      r.hessVec = hv.data();
-      rc = rc != 0 ? rc : hsCallback(nullptr, nullptr, &q, &r, m.get());
-      const HsDense d = hsEvaluate(p, x.data(), *sg, lambda.data());
-      std::vector<double> H(n * n, 0.0);
-      for (size_t k = 0; k < hess.size(); ++k) {
-        H[m->pattern.hessRows[k] * n + m->pattern.hessCols[k]] += hess[k];
-        if (m->pattern.hessRows[k] != m->pattern.hessCols[k]) H[m->pattern.hessCols[k] * n + m->pattern.hessRows[k]] += hess[k];
-      }
-      double err = 0.0, scale = 1.0;
-      for (size_t i = 0; i < n; ++i) {
-        double prod = 0.0;
-        for (size_t j = 0; j < n; ++j) {
-          err = std::max(err, std::fabs(H[i * n + j] - d.H[i * n + j]));
-          scale = std::max(scale, std::fabs(d.H[i * n + j]));
-          prod += d.H[i * n + j] * vec[j];
-        }
-        err = std::max(err, std::fabs(hv[i] - prod));
-      }
-      if (rc != 0 || err > 1e-12 * scale)
-        failures.push_back(std::string(p.name) + ": rc " + std::to_string(rc) + ", error " + std::to_string(err));
+      const double err = servedHessianError(*m, x, sg, lambda, vec);
+      if (err < 0.0 || err > 1e-12)
+        failures.push_back(std::string(p.name) + ": sigma " + std::to_string(*sg) + ", error " + std::to_string(err));
     }
   }
   EXPECT_TRUE(failures.empty()) << join(failures);

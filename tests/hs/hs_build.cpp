@@ -17,7 +17,7 @@ HsEval hsRun(const HsProblem &p, const double *x, double sigma, const double *la
   return e;
 }
 
-bool finite(double b) { return std::fabs(b) < HS_INF; }
+bool hasBound(double b) { return std::fabs(b) < HS_INF; }
 
 }  // namespace
 
@@ -240,15 +240,15 @@ namespace {
 // Violation of lo <= v <= up, over max(1, |bound|).
 double hsViolation(double v, double lo, double up) {
   double err = 0.0;
-  if (finite(lo) && v < lo) err = (lo - v) / std::max(1.0, std::fabs(lo));
-  if (finite(up) && v > up) err = std::max(err, (v - up) / std::max(1.0, std::fabs(up)));
+  if (hasBound(lo) && v < lo) err = (lo - v) / std::max(1.0, std::fabs(lo));
+  if (hasBound(up) && v > up) err = std::max(err, (v - up) / std::max(1.0, std::fabs(up)));
   return err;
 }
 
 // |lambda| times the distance to the bound its sign names.
 double hsComplementarity(double v, double lo, double up, double lambda) {
-  if (lambda < 0.0) return finite(lo) ? -lambda * std::fabs(v - lo) : -lambda;
-  if (lambda > 0.0) return finite(up) ? lambda * std::fabs(up - v) : lambda;
+  if (lambda < 0.0) return hasBound(lo) ? -lambda * std::fabs(v - lo) : -lambda;
+  if (lambda > 0.0) return hasBound(up) ? lambda * std::fabs(up - v) : lambda;
   return 0.0;
 }
 

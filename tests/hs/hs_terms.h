@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "hs/hs_problems.h"
