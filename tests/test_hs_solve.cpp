@@ -1,0 +1,139 @@
+// Solves the hand-written test problems with the interior-point algorithm
+// and prints one line per problem. A problem passes with return code 0,
+// |f - f*| <= 1e-6 max(1, |f*|) and feasibility <= 1e-6 (each violation
+// over max(1, |bound|)). Every passing problem must also pass the KKT check
+// computed here from the problem's derivatives and the returned
+// multipliers: stationarity and complementarity <= 1e-6, both relative to
+// max(1, ||grad f||_inf) (see hsKktCheck).
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "hs/hs_build.h"
+
+namespace {
+
+constexpr double kTol = 1e-6;
+
+struct HsRun {
+  const HsProblem *p = nullptr;
+  HsSolution s;
+  HsKkt kkt;
+  double fx = 0.0;  // objective recomputed at the returned x
+  bool pass = false, kktPass = false;
+  std::string why;
+};
+
+HsOptions direct(std::vector<std::pair<int, int>> extra = {}) {
+  HsOptions o;
+  o.ints = {{MX_PARAM_ALGORITHM, 1}, {MX_PARAM_HESSOPT, 1}};
+  o.ints.insert(o.ints.end(), extra.begin(), extra.end());
+  return o;
+}
+
+std::string fmt(const char *f, double v) {
+  char b[64];
+  std::snprintf(b, sizeof b, f, v);
+  return b;
+}
+
+HsRun solveOne(const HsProblem &p, const HsOptions &opt) {
+  HsRun r;
+  r.p = &p;
+  std::unique_ptr<HsModel> m = hsBuild(p, opt);
+  r.s = hsSolve(*m);
+  if (m->buildRc != 0) {
+    r.why = "build: " + m->failedCall + " returned " + std::to_string(m->buildRc);
+    return r;
+  }
+  r.kkt = hsKktCheck(p, r.s.x.data(), r.s.lambda.data());
+  r.fx = hsEvaluate(p, r.s.x.data()).f;
+  const double ferr = std::fabs(r.s.f - p.fstar);
+  if (r.s.rc != 0) r.why = "return code " + std::to_string(r.s.rc);
+  else if (ferr > kTol * std::max(1.0, std::fabs(p.fstar))) r.why = "|f - f*| " + fmt("%.2e", ferr);
+  else if (r.kkt.feas > kTol) r.why = "infeasible " + fmt("%.2e", r.kkt.feas);
+  else if (std::fabs(r.fx - r.s.f) > 1e-8 * std::max(1.0, std::fabs(r.fx)))
+    r.why = "reported f is not f(x) = " + fmt("%.10g", r.fx);
+  r.pass = r.why.empty();
+  r.kktPass = r.kkt.stat <= kTol && r.kkt.comp <= kTol;
+  if (r.pass && !r.kktPass)
+    r.why = "KKT: stationarity " + fmt("%.2e", r.kkt.stat) + ", complementarity " + fmt("%.2e", r.kkt.comp);
+  return r;
+}
+
+void printLine(const HsRun &r) {
+  const HsProblem &p = *r.p;
+  std::printf("%-15s %3d %3d %5d %16.9g %16.9g %9.2e %9.2e %9.2e %9.2e %5d %s %s\n", p.name, p.n, p.m,
+              r.s.rc, r.s.f, p.fstar, std::fabs(r.s.f - p.fstar), r.kkt.feas, r.kkt.stat, r.kkt.comp,
+              r.s.iters, r.pass && r.kktPass ? "pass" : "FAIL", r.why.c_str());
+}
+
+std::string listOf(const std::vector<std::string> &lines) {
+  std::string s;
+  for (const std::string &l : lines) s += "  " + l + "\n";
+  return s;
+}
+
+}  // namespace
+
+TEST(HsSolve, NinetyPercentSolveAndEverySolvedOnePassesTheKktCheck) {
+  std::printf("%-15s %3s %3s %5s %16s %16s %9s %9s %9s %9s %5s %s\n", "problem", "n", "m", "rc", "f",
+              "f*", "|f-f*|", "feas", "stat", "comp", "iter", "result");
+  std::vector<std::string> failed, kktFailed;
+  int passed = 0;
+  const std::vector<HsProblem> &all = hsProblems();
+  for (const HsProblem &p : all) {
+    const HsRun r = solveOne(p, direct());
+    printLine(r);
+    if (!r.pass) failed.push_back(std::string(p.name) + ": " + r.why);
+    else if (!r.kktPass) kktFailed.push_back(std::string(p.name) + ": " + r.why);
+    passed += r.pass ? 1 : 0;
+  }
+  const int total = static_cast<int>(all.size());
+  std::printf("%d of %d solved\n", passed, total);
+  EXPECT_GE(10 * passed, 9 * total) << passed << " of " << total << " solved; failing:\n" << listOf(failed);
+  EXPECT_TRUE(kktFailed.empty()) << "solved but failing the KKT check:\n" << listOf(kktFailed);
+}
+
+TEST(HsSolve, ConvexProblemsSolveUnderEveryBarrierRule) {
+  std::vector<std::string> failed;
+  for (const HsProblem &p : hsProblems()) {
+    if (!p.convex) continue;
+    for (int rule = 1; rule <= 7; ++rule) {
+      const HsRun r = solveOne(p, direct({{MX_PARAM_BAR_MURULE, rule}}));
+      if (!r.pass) failed.push_back(std::string(p.name) + " bar_murule " + std::to_string(rule) + ": " + r.why);
+    }
+  }
+  EXPECT_TRUE(failed.empty()) << listOf(failed);
+}
+
+// Other forms of the linear systems and other linear solvers must reach the
+// same point as the default run, wherever that run passes.
+TEST(HsSolve, LinearSystemVariantsAgreeWithTheDefaultRun) {
+  const std::vector<std::pair<const char *, std::pair<int, int>>> variants = {
+      {"bar_linsys 1", {MX_PARAM_BAR_LINSYS, 1}}, {"bar_linsys 2", {MX_PARAM_BAR_LINSYS, 2}},
+      {"bar_linsys 3", {MX_PARAM_BAR_LINSYS, 3}}, {"linsolver 4", {MX_PARAM_LINSOLVER, 4}},
+      {"linsolver 5", {MX_PARAM_LINSOLVER, 5}},   {"linsolver 3", {MX_PARAM_LINSOLVER, 3}}};
+  std::vector<std::string> failed;
+  for (const HsProblem &p : hsProblems()) {
+    const HsRun base = solveOne(p, direct());
+    if (!base.pass) continue;
+    double xscale = 1.0;
+    for (double v : base.s.x) xscale = std::max(xscale, std::fabs(v));
+    for (const auto &v : variants) {
+      const HsRun r = solveOne(p, direct({v.second}));
+      double dx = 0.0;
+      for (int j = 0; j < p.n; ++j) dx = std::max(dx, std::fabs(r.s.x[j] - base.s.x[j]));
+      const double df = std::fabs(r.s.f - base.s.f);
+      std::string why = r.s.rc != 0 ? "return code " + std::to_string(r.s.rc) : "";
+      if (why.empty() && df > 1e-8 * std::max(1.0, std::fabs(base.s.f))) why = "f differs by " + fmt("%.2e", df);
+      if (why.empty() && dx > 1e-8 * xscale) why = "x differs by " + fmt("%.2e", dx);
+      if (!why.empty()) failed.push_back(std::string(p.name) + " " + v.first + ": " + why);
+    }
+  }
+  EXPECT_TRUE(failed.empty()) << listOf(failed);
+}
