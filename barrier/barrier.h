@@ -134,7 +134,7 @@ struct BarrierState {
   int muIterCount = 0, muIterCountAll = 0;
   int consecutiveCG = 0, smallStepCount = 0;
   double lastStepAlphas[10] = {0};
-  int tinyStepDrops = 0, refinements = 0;
+  int tinyStepDrops = 0, refinements = 0, tinyDirectSteps = 0;
   int rejections = 0;
   bool solutionFound = false;
   bool needMuUpdate = false, monotoneDrop = false, forceFGUpdate = false;
@@ -293,6 +293,8 @@ void barrierUpdateTRreject(BarrierState &b);
 
 // ---- Stop test (barrier_stop.cpp) ----
 void barrierStopTest(MXL_context *ctx, BarrierState &b);
+// Switches between the free rules and the monotone safeguard (bar_globalize).
+void nlpGlobalize(MXL_context *ctx, BarrierState &b);
 double getBarCompErr(const BarrierState &b, const double *x, const double *lambda, const double *r, double mu);
 // r = gradPhi - A' lambda over the full iterate; returns the infinity norm of
 // its primal block.

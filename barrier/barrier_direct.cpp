@@ -83,8 +83,16 @@ bool barFactorWithInertia(MXL_context *ctx, BarrierState &b) {
     b.pertH = barNextPert(b, t, prev);
     if (t > 0 && b.pertH <= prev) b.pertH = prev > 0.0 ? 8.0 * prev : 1e-4;
     prev = b.pertH;
-    for (int rep = 0; rep < 4; ++rep) {
+    for (int rep = 0; rep < 6; ++rep) {
       barrierKKTform(ctx, b, 1);
+      // Repeated singular factors: the automatic regularisation is below
+      // what the engine can tell from rounding, so both shifts grow.
+      if (rep >= 2) {
+        const double esc = 1e-10 * std::pow(100.0, rep - 2);
+        b.regKKT = std::max(b.regKKT, esc);
+        b.pertH = std::max(b.pertH, esc);
+        barrierKKTform(ctx, b, 0);
+      }
       if (barrierKKTfactor(ctx, b) != 0) return false;
       if (!b.kkt.singular) break;
       // A singular matrix: regularise the rows and factor again.
@@ -215,6 +223,18 @@ bool barKeepStep(MXL_context *ctx, const BarrierState &b, double a) {
   return a >= 0.01;
 }
 
+// Rows that are dependent (or vanish) get their multiplier step from the
+// regularisation alone, of the size |c| / regKKT: keep such multipliers
+// within a multiple of the gradient so that they cannot swamp the Hessian.
+void barCapRegularizedMultipliers(BarrierState &b) {
+  const double cap = 1e4 * std::max(1.0, normInf(b.n, b.gModel.data()));
+  for (int r = 0; r < b.mFull; ++r) {
+    if (b.rows[r].slack >= 0) continue;
+    const double t = b.lambda[r] + b.dLambda[r];
+    if (std::fabs(t) > cap) b.dLambda[r] = std::copysign(std::max(cap, std::fabs(b.lambda[r])), t) - b.lambda[r];
+  }
+}
+
 }  // namespace
 
 void computeDirectStep(MXL_context *ctx, BarrierState &b) {
@@ -246,6 +266,7 @@ void computeDirectStep(MXL_context *ctx, BarrierState &b) {
     for (double &v : b.d) v *= b.alphaMaxPrimal;
   if (b.alphaMaxDual < 1.0)
     for (double &v : b.dLambda) v *= b.alphaMaxDual;
+  if (b.regKKT > 0.0) barCapRegularizedMultipliers(b);
   b.directStepOk = true;
   if (b.probing) {
     b.muPrevious = b.mu;

@@ -146,6 +146,9 @@ void barrierKKTinit(MXL_context *ctx, BarrierState &b, int form) {
   barKKTcompress(k, pb);
   LinSettings s = linSettingsFromContext(ctx);
   s.maxRefine = 0;  // the refinement loop of the step decides
+  // The rows carry a deliberate diagonal of regKKT (down to 1e-15): only
+  // pivots at rounding level count as null.
+  s.nullPivotTol = 1e-14;
   int engine = ctx->resolvedLinsolver;
   if (engine == 2) engine = 5;
   LinEngineKind kind = LIN_ENGINE_DENSE;

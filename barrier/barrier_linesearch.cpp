@@ -140,6 +140,7 @@ int barrierLineSearch(MXL_context *ctx, BarrierState &b) {
   b.stepOutcome = BAR_STEP_REJECTED;
   for (int trial = 0;; ++trial) {
     compute_nu_pred(ctx, b, s);
+    if (!b.stepUsable) return 0;  // not a descent direction for the merit function
     const double meritX = b.phi + b.nuUsed * b.cNorm;
     const int ev = barEvaluateTrial(ctx, b);
     if (ev < 0) return ev;

@@ -137,6 +137,17 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
 void barRejectStep(MXL_context *ctx, BarrierState &b) {
   ++b.totalIterCount;
   ++b.rejections;
+  if (b.probing && !b.safeguardMode) {
+    // The predictor's target failed: go on with the monotone regime from a
+    // barrier parameter at the size of the complementarity.
+    b.safeguardMode = true;
+    b.safeguardCount = 1;
+    updatemutol(ctx, b);
+    barrierUpdateFG(b);
+    b.safeguardCount = 2;
+    b.muIterCount = 0;
+    return;
+  }
   b.pertHMin = std::max(1e-4, 10.0 * std::max(b.pertH, b.pertHMin));
   b.fallbackTries = 60;
   barrierUpdateTRreject(b);

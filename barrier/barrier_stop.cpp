@@ -95,6 +95,7 @@ void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   const double tolOpt = std::min(ctx->opt.opttol * b.optScale, ctx->opt.opttol_abs);
   b.tolFeas = tolFeas;
   b.tolOpt = tolOpt;
+  if (b.stepOutcome == BAR_STEP_ACCEPTED && !b.retestPass) nlpGlobalize(ctx, b);
   const bool solved = barSubproblemSolved(ctx, b, gNorm);
   b.feasibleNow = isFeasible(ctx, errModelApp(ctx), b.xApp.data(), b.cApp.data(), b.feasErr, tolFeas);
   if (b.feasibleNow) b.everFeasible = true;
@@ -195,6 +196,8 @@ int barLimitStatus(MXL_context *ctx, BarrierState &b) {
       barrierUpdateFG(b);
       return 0;
     }
+    // A direct step may still move the multipliers: give it a few more.
+    if (b.directStepOk && ++b.tinyDirectSteps < 5) return 0;
     if (!feas) return b.xtolRun >= ctx->opt.xtol_iters ? -201 : -202;
     if (b.optErr > 100.0 * b.tolOpt) return b.xtolRun >= ctx->opt.xtol_iters ? -101 : -102;
     return -100;
@@ -205,7 +208,81 @@ int barLimitStatus(MXL_context *ctx, BarrierState &b) {
   return 0;
 }
 
+// Filter of (objective, infeasibility) pairs: a point that no entry
+// dominates is progress; repeated failures switch to the monotone regime.
+void barGlobalizeFilter(MXL_context *ctx, BarrierState &b, int limitFails) {
+  const double f = b.fTilde, feas = b.feasErrPre;
+  const double margin = 1e-5 * std::min(1.0, std::max(feas / b.feasScale, b.optErr / b.optScale));
+  if (b.filterF.empty()) {
+    b.filterF.assign(1, f);
+    b.filterFeas.assign(1, feas);
+    b.failCount = 0;
+    return;
+  }
+  bool acceptable = true;
+  for (size_t k = 0; k < b.filterF.size() && acceptable; ++k)
+    acceptable = b.filterF[k] - margin >= f || b.filterFeas[k] - margin >= feas;
+  if (!acceptable) {
+    ++b.failCount;
+    if (b.safeguardMode) {
+      ++b.safeguardCount;
+      return;
+    }
+    if (b.failCount > limitFails) {
+      b.safeguardMode = true;
+      ++b.safeguardCount;
+    }
+    return;
+  }
+  size_t w = 0;
+  for (size_t k = 0; k < b.filterF.size(); ++k) {
+    if (f <= b.filterF[k] && feas <= b.filterFeas[k]) continue;  // dominated by the new point
+    b.filterF[w] = b.filterF[k];
+    b.filterFeas[w] = b.filterFeas[k];
+    ++w;
+  }
+  b.filterF.resize(w);
+  b.filterFeas.resize(w);
+  const size_t cap = static_cast<size_t>(b.murule == 1 ? 1 : std::min(ctx->drv.resolvedMaxit + 10, 100000));
+  if (b.filterF.size() < cap) {
+    b.filterF.push_back(f);
+    b.filterFeas.push_back(feas);
+  }
+  b.failCount = 0;
+  b.safeguardMode = false;
+  b.safeguardCount = 0;
+}
+
+// Progress of a combined KKT error over the last ten iterations.
+void barGlobalizeKkt(BarrierState &b) {
+  double gap = 0.0;
+  getDualityGap(b, b.x.data(), b.lambda.data(), nullptr, nullptr, &gap);
+  const double e1 = b.feasErr / b.feasScale, e2 = b.optErr / b.optScale, e3 = gap / b.optScale;
+  const double phiK = e1 * e1 + e2 * e2 + e3 * e3;
+  double worst = 0.0;
+  for (double v : b.kktHistory) worst = std::max(worst, v);
+  if (b.iterCount >= 10 && b.kktHistory.size() >= 10 && phiK > 0.9999 * worst) {
+    b.safeguardMode = true;
+    ++b.safeguardCount;
+    return;
+  }
+  b.kktHistory.push_back(phiK);
+  if (b.kktHistory.size() > 10) b.kktHistory.erase(b.kktHistory.begin());
+  b.safeguardMode = false;
+  b.safeguardCount = 0;
+}
+
 }  // namespace
+
+void nlpGlobalize(MXL_context *ctx, BarrierState &b) {
+  const int mode = ctx->opt.bar_globalize;
+  if (mode == 0 || b.murule == 1 || b.nSlacks == 0) return;
+  const int limitFails = b.convexModel ? 10 : 5;
+  if (mode == 2)
+    barGlobalizeFilter(ctx, b, limitFails);
+  else
+    barGlobalizeKkt(b);
+}
 
 void barrierStopTest(MXL_context *ctx, BarrierState &b) {
   if (b.stepOutcome == BAR_STEP_REJECTED) {
