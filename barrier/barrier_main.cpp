@@ -163,10 +163,15 @@ int barTakeStep(MXL_context *ctx, BarrierState &b) {
     if (rc != 0) return rc;
   }
   b.noCorrectors = false;
+  b.acceptShortStep = false;
   for (int attempt = 0; attempt < 3; ++attempt) {
     computeDirectStep(ctx, b);
     barPrintDirectRow(ctx, b);
     if (!b.directStepOk) {
+      if (b.directResult != BAR_REJ_INERT) {
+        b.acceptShortStep = true;  // short, but the only step there is
+        continue;
+      }
       if (b.fallbackTries > 0 && b.pertHMin >= 1e20) break;
       b.fallbackTries = 60;
       b.pertHMin = std::max(b.pertHMin, std::max(1e-4, 10.0 * b.pertH));
