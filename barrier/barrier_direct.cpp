@@ -107,8 +107,6 @@ bool barFactorWithInertia(MXL_context *ctx, BarrierState &b) {
       b.pertHLast = b.pertH;
       b.pertHReused = b.pertH > 0.0;
       if (b.pertH > 0.0) ++b.numPerturbations;
-      if (b.pertH > 0.0 && ctx->opt.debug > 0)
-        mxl_printf(ctx, "Hessian perturbation: pertH = %9.2e (iteration %d)\n", b.pertH, b.iterCount);
       return true;
     }
     if (b.pertH >= 1e20) break;

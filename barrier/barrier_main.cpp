@@ -151,8 +151,6 @@ void barRejectStep(MXL_context *ctx, BarrierState &b) {
   b.pertHMin = std::max(1e-4, 10.0 * std::max(b.pertH, b.pertHMin));
   b.fallbackTries = 60;
   barrierUpdateTRreject(b);
-  if (ctx->opt.debug > 0) mxl_printf(ctx, "Step rejected (%d in a row); Hessian shift at least %9.2e\n",
-                                     b.rejections, b.pertHMin);
 }
 
 // One step from the current point: Hessian, direct step, line search.
