@@ -281,7 +281,10 @@ void barGlobalizeKkt(BarrierState &b) {
 
 void nlpGlobalize(MXL_context *ctx, BarrierState &b) {
   const int mode = ctx->opt.bar_globalize;
-  if (mode == 0 || b.murule == 1 || b.nSlacks == 0) return;
+  // The predictor rules keep their own safeguards (the step-length tests of
+  // the correctors and the sign repair): the monotone fallback from their
+  // tiny complementarity jams at the boundary instead.
+  if (mode == 0 || b.murule == 1 || (b.murule >= 3 && b.murule <= 5) || b.nSlacks == 0) return;
   const int limitFails = b.convexModel ? 10 : 5;
   if (mode == 2)
     barGlobalizeFilter(ctx, b, limitFails);
