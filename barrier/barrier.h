@@ -175,6 +175,8 @@ struct BarrierState {
   double pertHMin = 0.0;     // smallest shift after rejected steps
   int fallbackTries = 0;     // extra shifts allowed after rejected steps
   int fallbackLevel = 0;
+  bool dualRepair = false;      // the dual step needs the sign repair
+  bool acceptShortStep = false; // keep a direct step however short
   double lastSolveResidual = 0.0;
 
   // Merit function.
@@ -282,6 +284,8 @@ void initializeLambdaIneq(BarrierState &b, double floor);
 void resetSlacks(BarrierState &b, double *xs, double *c);
 void safeguardMultipliers(BarrierState &b, double *lambda);
 void replaceNegByZero(BarrierState &b, double *lambda);
+// Multipliers of slack rows below a floor take their primal value mu / s.
+void replaceNegByPrimal(BarrierState &b, double *lambda, const double *xs);
 double getMinSlackVal(const BarrierState &b, const double *xs);
 double getMaxLambdaVal(const BarrierState &b, const double *lambda);
 void resetBndMultipliers(BarrierState &b);

@@ -107,8 +107,6 @@ bool barFactorWithInertia(MXL_context *ctx, BarrierState &b) {
       b.pertHLast = b.pertH;
       b.pertHReused = b.pertH > 0.0;
       if (b.pertH > 0.0) ++b.numPerturbations;
-      if (b.pertH > 0.0 && ctx->opt.debug > 0)
-        mxl_printf(ctx, "Hessian perturbation: pertH = %9.2e (iteration %d)\n", b.pertH, b.iterCount);
       return true;
     }
     if (b.pertH >= 1e20) break;
@@ -255,8 +253,13 @@ void computeDirectStep(MXL_context *ctx, BarrierState &b) {
     return;
   }
   barrierStepLengths(b, b.d.data(), b.dLambda.data(), b.rho, &b.alphaMaxPrimal, &b.alphaMaxDual);
+  // Multipliers of rows that the step leaves would turn negative and block
+  // the dual step: move them with the primal fraction and repair the signs
+  // with their primal values mu / s afterwards.
+  b.dualRepair = b.alphaMaxDual < 0.1 * b.alphaMaxPrimal && b.nSlacks > 0;
+  if (b.dualRepair) b.alphaMaxDual = b.alphaMaxPrimal;
   b.alphaMax = std::min(b.alphaMaxPrimal, b.alphaMaxDual);
-  if (!barKeepStep(ctx, b, b.alphaMax) && b.fallbackTries == 0) {
+  if (!barKeepStep(ctx, b, b.alphaMax) && !b.acceptShortStep) {
     b.directResult = b.alphaMaxPrimal <= b.alphaMaxDual ? BAR_REJ_CUT_S : BAR_REJ_CUT_L;
     if (b.probing) adaptivemu(ctx, b);
     return;

@@ -204,6 +204,18 @@ void barrierKKTform(MXL_context *, BarrierState &b, int recompute) {
 int barrierKKTfactor(MXL_context *ctx, BarrierState &b) {
   BarKKT &k = b.kkt;
   if (!k.analysed) return LIN_ERR_ORDER;
+  // Null pivots are judged against the Hessian and the Jacobian, not
+  // against the row diagonals: inactive bounds put s / lambda there, many
+  // orders of magnitude above the rest.
+  double all = 0.0, rows = 0.0;
+  for (double v : k.val) all = std::max(all, std::fabs(v));
+  for (int r = 0; r < b.mFull; ++r)
+    if (k.rowPos[r] >= 0) rows = std::max(rows, std::fabs(k.val[k.diagPos[k.rowPos[r]]]));
+  double ref = 0.0;
+  for (size_t q = 0; q < k.val.size(); ++q)
+    if (k.irn[q] < b.nX || k.irn[q] != k.jcn[q]) ref = std::max(ref, std::fabs(k.val[q]));
+  if (rows <= ref) ref = all;
+  k.sys.settings.nullPivotTol = all > 0.0 ? 1e-14 * std::max(ref, 1e-300) / all : 1e-14;
   const LinFactorInfo info = linFactor(k.sys, k.val.data());
   ++b.numFactorizations;
   k.factored = info.status == LIN_OK && !info.singular();

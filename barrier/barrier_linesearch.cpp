@@ -109,6 +109,7 @@ bool barNoiseAccept(const BarrierState &b, double meritX, double meritTrial) {
 int barEvaluateTrial(MXL_context *ctx, BarrierState &b) {
   updateIterate(b, b.x.data(), b.d.data(), b.alpha, b.xTrial.data());
   for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + b.alpha * b.dLambda[r];
+  if (b.dualRepair) replaceNegByPrimal(b, b.lambdaTrial.data(), b.xTrial.data());
   const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
   if (rc == MX_RC_EVAL_ERR) return 1;
   if (rc != 0) return rc;

@@ -151,8 +151,6 @@ void barRejectStep(MXL_context *ctx, BarrierState &b) {
   b.pertHMin = std::max(1e-4, 10.0 * std::max(b.pertH, b.pertHMin));
   b.fallbackTries = 60;
   barrierUpdateTRreject(b);
-  if (ctx->opt.debug > 0) mxl_printf(ctx, "Step rejected (%d in a row); Hessian shift at least %9.2e\n",
-                                     b.rejections, b.pertHMin);
 }
 
 // One step from the current point: Hessian, direct step, line search.
@@ -163,10 +161,15 @@ int barTakeStep(MXL_context *ctx, BarrierState &b) {
     if (rc != 0) return rc;
   }
   b.noCorrectors = false;
+  b.acceptShortStep = false;
   for (int attempt = 0; attempt < 3; ++attempt) {
     computeDirectStep(ctx, b);
     barPrintDirectRow(ctx, b);
     if (!b.directStepOk) {
+      if (b.directResult != BAR_REJ_INERT) {
+        b.acceptShortStep = true;  // short, but the only step there is
+        continue;
+      }
       if (b.fallbackTries > 0 && b.pertHMin >= 1e20) break;
       b.fallbackTries = 60;
       b.pertHMin = std::max(b.pertHMin, std::max(1e-4, 10.0 * b.pertH));

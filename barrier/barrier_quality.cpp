@@ -70,6 +70,9 @@ int qualityFunctionSigmaSearch(MXL_context *ctx, BarrierState &b) {
   if (barrierKKTsolve(ctx, b, b.rhsX.data(), b.rhsC.data(), b.dCorr.data(), b.dLambdaCorr.data(), 0) != 0)
     return -1;
   double hi = std::min(ctx->opt.bar_maxmu / q.avg, 1000.0);
+  // The merit form favours long centred steps without end: it may hold the
+  // barrier parameter but never raise it.
+  if (q.kind == 3) hi = std::min(hi, 1.0);
   double lo = std::min(std::max(enforceMinMu(ctx, b, b.muFloorRef) / q.avg, 1e-8), 0.1);
   lo = std::min(lo, 0.1 * hi);
   const int limit = q.kind == 3 ? 25 : 12;

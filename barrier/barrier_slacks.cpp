@@ -96,3 +96,13 @@ void resetBndMultipliers(BarrierState &b) {
     }
   }
 }
+
+void replaceNegByPrimal(BarrierState &b, double *lambda, const double *xs) {
+  const double *s = xs + b.nX;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const int r = b.slackRow[j];
+    const double primal = std::max(b.mu, 1e-15) / s[j];
+    const double floor = b.initPointPhase ? 1e-15 : std::max(1e-15, 1e-5 * primal);
+    if (lambda[r] < floor) lambda[r] = primal;
+  }
+}

@@ -103,7 +103,12 @@ void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   else if (solved && !b.feasibleNow && getMinSlackVal(b, b.x.data()) <= 5e-16) b.barSlackFloor = 1e-20;
   b.errCurrent = std::max(b.feasErr, b.optErr);
   b.nearSolution = (b.optErr < 1e-3 && b.feasErr < 1e-6) || (b.feasibleNow && b.feasErr < 1e-3);
-  b.solutionFound = b.feasibleNow && b.optErr <= tolOpt;
+  // The complementarity of the barrier pairs must also be small: a point
+  // whose products are at the size of the tolerance still moves the
+  // objective by about their sum.
+  double avgComp = 0.0;
+  getDualityGap(b, b.x.data(), b.lambda.data(), nullptr, nullptr, &avgComp);
+  b.solutionFound = b.feasibleNow && b.optErr <= tolOpt && avgComp <= 0.1 * tolOpt;
   const double target = ctx->opt.fstopval;
   if (!b.solutionFound && b.feasibleNow && ctx->opt.objrange > std::fabs(target)) {
     const double f = presolveObjPreToApp(ctx, b.fTilde);

@@ -55,9 +55,14 @@ static void denseInertia(const LinSystem &sys, LinFactorInfo &info) {
       continue;
     }
     const double b = d.a[(k + 1) + k * ld], c = d.a[(k + 1) + (k + 1) * ld];
+    // The larger eigenvalue from mean and radius; the smaller from the
+    // determinant, since mean - radius cancels when the two differ by
+    // orders of magnitude and would lose its sign.
     const double mean = 0.5 * (a + c), radius = std::hypot(0.5 * (a - c), b);
-    count(mean + radius);
-    count(mean - radius);
+    const double big = mean >= 0.0 ? mean + radius : mean - radius;
+    const double det = a * c - b * b;
+    count(big);
+    count(big != 0.0 ? det / big : 0.0);
     ++k;
   }
 }
