@@ -307,6 +307,20 @@ std::vector<double> nlStartPoint(const NlModel &model) {
   return x;
 }
 
+NlBounds nlBounds(const NlModel &model) {
+  ASL *asl = model.asl;
+  NlBounds b;
+  for (int j = 0; j < n_var; ++j) {
+    b.varLo.push_back(LUv[2 * j]);
+    b.varUp.push_back(LUv[2 * j + 1]);
+  }
+  for (int i = 0; i < n_con; ++i) {
+    b.conLo.push_back(LUrhs[2 * i]);
+    b.conUp.push_back(LUrhs[2 * i + 1]);
+  }
+  return b;
+}
+
 bool nlWriteSolution(NlModel &model, const std::string &message, const double *x, const double *y,
                      int solveResultNum) {
   ASL *asl = model.asl;

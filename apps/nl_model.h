@@ -39,6 +39,13 @@ bool nlEvaluate(NlModel &model, const double *x, double *obj, double *c);
 // The model's start point (zeros where none was given).
 std::vector<double> nlStartPoint(const NlModel &model);
 
+// Bounds of the variables and constraints as the model states them
+// (infinite where absent), for checks of a point.
+struct NlBounds {
+  std::vector<double> varLo, varUp, conLo, conUp;
+};
+NlBounds nlBounds(const NlModel &model);
+
 // Writes the AMPL solution file (stub.sol) with a message, x and the
 // constraint multipliers, and the solve_result_num.
 bool nlWriteSolution(NlModel &model, const std::string &message, const double *x, const double *y,
