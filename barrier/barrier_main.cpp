@@ -268,6 +268,13 @@ void barrierFinished(MXL_context *ctx) {
     restoreBestSolution(ctx, b.xApp.data(), b.lambdaApp.data(), b.cApp.data(), b.gModel.data(), b.jacVals.data(),
                         &feas, &opt, &f);
   }
+  if (!useBest) {
+    // The method's own multipliers: complementary to their rows by
+    // construction, where the repair of the error measure may have moved
+    // bound multipliers of inactive bounds.
+    barrierLambdaToUser(b, b.lambda.data(), b.lambdaUser.data());
+    presolveLambdaPreToApp(ctx, b.lambdaUser.data(), b.lambdaApp.data());
+  }
   presolveTransform(ctx);
   std::copy(b.xApp.begin(), b.xApp.end(), ctx->var.x.begin());
   std::copy(b.cApp.begin(), b.cApp.end(), ctx->con.c.begin());
