@@ -160,6 +160,8 @@ struct BarrierState {
   int safeguardCount = 0, failCount = 0;
   std::vector<double> filterF, filterFeas;
   std::vector<double> kktHistory;
+  double kktBest = 1e300;   // best KKT measure of a predictor rule
+  int kktBestIter = 0;
   int maxCorrectors = 1, correctorsUsed = 0;
   bool noCorrectors = false, probing = false;
 

@@ -147,6 +147,8 @@ void initvals(MXL_context *ctx, BarrierState &b) {
   b.filterF.clear();
   b.filterFeas.clear();
   b.kktHistory.clear();
+  b.kktBest = 1e300;
+  b.kktBestIter = 0;
   b.pertH = b.pertHLast = 0.0;
   b.regKKT = 0.0;
   b.regKKTLevel = b.singularCount = 0;

@@ -284,7 +284,22 @@ void nlpGlobalize(MXL_context *ctx, BarrierState &b) {
   // The predictor rules keep their own safeguards (the step-length tests of
   // the correctors and the sign repair): the monotone fallback from their
   // tiny complementarity jams at the boundary instead.
-  if (mode == 0 || b.murule == 1 || (b.murule >= 3 && b.murule <= 5) || b.nSlacks == 0) return;
+  if (mode == 0 || b.murule == 1 || b.nSlacks == 0) return;
+  if (b.murule >= 3 && b.murule <= 5) {
+    // A predictor rule whose KKT error has not improved for 30 iterations
+    // hands over to the adaptive rule.
+    double gap = 0.0;
+    getDualityGap(b, b.x.data(), b.lambda.data(), nullptr, nullptr, &gap);
+    const double e1 = b.feasErr / b.feasScale, e2 = b.optErr / b.optScale, e3 = gap / b.optScale;
+    const double phiK = e1 * e1 + e2 * e2 + e3 * e3;
+    if (phiK < 0.99 * b.kktBest || b.iterCount == 0) {
+      b.kktBest = phiK;
+      b.kktBestIter = b.iterCount;
+    } else if (b.iterCount - b.kktBestIter >= 30 && !b.nearSolution) {
+      b.murule = 2;
+    }
+    return;
+  }
   const int limitFails = b.convexModel ? 10 : 5;
   if (mode == 2)
     barGlobalizeFilter(ctx, b, limitFails);
