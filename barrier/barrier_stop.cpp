@@ -295,7 +295,7 @@ void nlpGlobalize(MXL_context *ctx, BarrierState &b) {
     if (phiK < 0.99 * b.kktBest || b.iterCount == 0) {
       b.kktBest = phiK;
       b.kktBestIter = b.iterCount;
-    } else if (b.iterCount - b.kktBestIter >= 30 && !b.nearSolution) {
+    } else if (b.iterCount - b.kktBestIter >= 30 && !(b.feasErr <= 1e-6 * b.feasScale && b.optErr < 1e-3 * b.optScale)) {
       b.murule = 2;
     }
     return;
