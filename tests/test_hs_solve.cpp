@@ -136,7 +136,14 @@ TEST(HsSolve, LinearSystemVariantsAgreeWithTheDefaultRun) {
   const std::vector<std::pair<const char *, std::pair<int, int>>> variants = {
       {"bar_linsys 1", {MX_PARAM_BAR_LINSYS, 1}}, {"bar_linsys 2", {MX_PARAM_BAR_LINSYS, 2}},
       {"bar_linsys 3", {MX_PARAM_BAR_LINSYS, 3}}, {"linsolver 4", {MX_PARAM_LINSOLVER, 4}},
-      {"linsolver 5", {MX_PARAM_LINSOLVER, 5}},   {"linsolver 3", {MX_PARAM_LINSOLVER, 3}}};
+      {"linsolver 5", {MX_PARAM_LINSOLVER, 5}},   {"linsolver 3", {MX_PARAM_LINSOLVER, 3}},
+      {"sparse engine", {MX_PARAM_LINSOLVER, 5}}};
+  // The last variant runs the sparse engine on these small systems.
+  const std::string sparse = testing::TempDir() + "hs_sparse_engine.json";
+  std::FILE *f = std::fopen(sparse.c_str(), "w");
+  ASSERT_NE(f, nullptr);
+  std::fputs("{\"linsolver\": {\"dense_max_rows\": 0}}\n", f);
+  std::fclose(f);
   std::vector<std::string> failed;
   for (const HsProblem &p : hsProblems()) {
     if (!solveOne(p, direct()).pass) continue;
@@ -145,7 +152,9 @@ TEST(HsSolve, LinearSystemVariantsAgreeWithTheDefaultRun) {
     double xscale = 1.0;
     for (double v : base.s.x) xscale = std::max(xscale, std::fabs(v));
     for (const auto &v : variants) {
-      const HsRun r = solveOne(p, tight({v.second}));
+      HsOptions o = tight({v.second});
+      if (std::string(v.first) == "sparse engine") o.strs = {{MX_PARAM_DEBUGOPTIONSNAME, sparse}};
+      const HsRun r = solveOne(p, o);
       double dx = 0.0;
       for (int j = 0; j < p.n; ++j) dx = std::max(dx, std::fabs(r.s.x[j] - base.s.x[j]));
       const double df = std::fabs(r.s.f - base.s.f);

@@ -215,6 +215,8 @@ std::unique_ptr<HsModel> hsBuild(const HsProblem &p, const HsOptions &opt) {
   for (const auto &o : opt.ints) s.ok(MX_set_int_param(m->kc, o.first, o.second), "MX_set_int_param");
   for (const auto &o : opt.dbls)
     s.ok(MX_set_double_param(m->kc, o.first, o.second), "MX_set_double_param");
+  for (const auto &o : opt.strs)
+    s.ok(MX_set_char_param(m->kc, o.first, o.second.c_str()), "MX_set_char_param");
   return m;
 }
 

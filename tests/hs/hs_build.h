@@ -34,6 +34,7 @@ HsPattern hsProbePattern(const HsProblem &p);
 struct HsOptions {
   std::vector<std::pair<int, int>> ints;
   std::vector<std::pair<int, double>> dbls;
+  std::vector<std::pair<int, std::string>> strs;
 };
 
 // Owns the context; the callback reads the problem and the pattern here.

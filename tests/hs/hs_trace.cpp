@@ -24,7 +24,9 @@ int main(int argc, char **argv) {
     const char *eq = std::strchr(argv[i], '=');
     if (eq == nullptr) continue;
     const std::string name(argv[i], static_cast<size_t>(eq - argv[i]));
-    if (std::strchr(eq + 1, '.') || std::strchr(eq + 1, 'e'))
+    if (std::strchr(eq + 1, '/'))
+      MX_set_char_param_by_name(m->kc, name.c_str(), eq + 1);
+    else if (std::strchr(eq + 1, '.') || std::strchr(eq + 1, 'e'))
       MX_set_double_param_by_name(m->kc, name.c_str(), std::atof(eq + 1));
     else
       MX_set_int_param_by_name(m->kc, name.c_str(), std::atoi(eq + 1));
