@@ -159,10 +159,6 @@ void barrierKKTinit(MXL_context *ctx, BarrierState &b, int form) {
   // models through the sparse engine.
   const int denseMax = getDebugOptionIntValue2(ctx->drv.debugOptions, "linsolver", "dense_max_rows", -1);
   if (denseMax >= 0 && engine != 3) kind = k.dim <= denseMax ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
-  // The sparse engine's threshold pivoting needs a real threshold on these
-  // indefinite systems: at 1e-8 it kept pivots that its refinement could
-  // not repair (HS108 needed 480 iterations instead of 23).
-  if (kind == LIN_ENGINE_MUMPS) s.pivotTol = std::max(s.pivotTol, 0.01);
   b.engineKind = kind;
   const int st = linAnalyze(k.sys, kind, s, k.dim, static_cast<nnzint>(k.irn.size()), k.irn.data(), k.jcn.data());
   if (st != LIN_OK) mxl_printf(ctx, "*** KKT analyze failed with status %d (barrierKKTfactor))\n", st);
