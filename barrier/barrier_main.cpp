@@ -313,6 +313,10 @@ void barrierMain(MXL_context *ctx) {
       b.barStatus = MX_RC_USER_TERMINATION;
     const bool ends = b.barStatus != 0 || b.solutionFound;
     barPrintIteration(ctx, b, ends);
+    if (b.solutionFound && b.iterCount == 0 && !b.modelIsLP) {
+      mxl_printf(ctx, "\nWARNING: The initial point is a stationary point and only the first order\n");
+      mxl_printf(ctx, "         optimality conditions have been verified.\n");
+    }
     if (ends) break;
     retest = false;
     if (b.needMuUpdate) {

@@ -73,6 +73,17 @@ TEST(BarrierEnds, UnboundedLimitsAndUndefinedStart) {
     ASSERT_EQ(MX_add_obj_quadratic_term(t.kc, 1, 1, -1.0), 0);
     EXPECT_EQ(MX_solve(t.kc), MX_RC_UNBOUNDED) << t.log.text;
   }
+  {  // A start that is already stationary ends at once, with the warning
+     // that only first-order conditions were checked.
+    Tiny t;
+    ASSERT_EQ(MX_add_vars(t.kc, 1, nullptr), 0);
+    ASSERT_EQ(MX_add_obj_quadratic_term(t.kc, 0, 0, 1.0), 0);
+    EXPECT_EQ(MX_solve(t.kc), 0) << t.log.text;
+    EXPECT_NE(t.log.text.find("WARNING: The initial point is a stationary point and only the first order\n"
+                              "         optimality conditions have been verified.\n"),
+              std::string::npos)
+        << t.log.text;
+  }
   {  // The iteration limit, at a point that is feasible or not.
     const Outcome r = solveHs("hs071", {{"maxit", 3}});
     EXPECT_TRUE(r.rc == MX_RC_ITER_LIMIT_FEAS || r.rc == MX_RC_ITER_LIMIT_INFEAS) << r.rc;
