@@ -134,7 +134,7 @@ struct BarrierState {
   int muIterCount = 0, muIterCountAll = 0;
   int consecutiveCG = 0, smallStepCount = 0;
   double lastStepAlphas[10] = {0};
-  int tinyStepDrops = 0, refinements = 0, tinyDirectSteps = 0;
+  int tinyStepDrops = 0, refinements = 0, tinyDirectSteps = 0, restartCount = 0;
   int rejections = 0;
   bool solutionFound = false;
   bool needMuUpdate = false, monotoneDrop = false, forceFGUpdate = false;
@@ -219,6 +219,7 @@ int barrierInitialize(MXL_context *ctx);
 void barrierFinished(MXL_context *ctx);
 int barrierNewpoint(MXL_context *ctx);
 int barrierRestartCheck(MXL_context *ctx);
+void barResetInitPoint(MXL_context *ctx, BarrierState &b);
 
 // ---- Setup (barrier_setup.cpp) ----
 void barrierSizes(MXL_context *ctx, BarrierState &b);

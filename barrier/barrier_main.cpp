@@ -246,10 +246,46 @@ int barrierNewpoint(MXL_context *ctx) {
 }
 
 int barrierRestartCheck(MXL_context *ctx) {
-  // Restarts from a new point are taken by the multi-start layer; the loop
-  // itself asks for none.
-  (void)ctx;
-  return 0;
+  BarrierState &b = *ctx->bar;
+  if (b.restartCount >= ctx->drv.resolvedRestarts) return 0;
+  const int st = b.barStatus;
+  const bool stalledInfeasible = (st == MX_RC_INFEASIBLE || st == MX_RC_INFEAS_XTOL || st == MX_RC_INFEAS_NO_IMPROVE) &&
+                                 b.feasErr > 1e-4 && b.nSlacks > 0 && !b.convexModel;
+  if (!stalledInfeasible) return 0;
+  ++b.restartCount;
+  if (ctx->opt.outlev >= 2 && ctx->opt.debug >= 1)
+    mxl_printf(ctx, "Performing restart %d of %d...\n", b.restartCount, ctx->drv.resolvedRestarts);
+  return 1;
+}
+
+// The reset of the start of a subproblem: the barrier parameter from the
+// current errors, slacks pushed from the rows, multipliers on the central
+// path, counters of the stall tests cleared.
+void barResetInitPoint(MXL_context *ctx, BarrierState &b) {
+  b.mu = std::max(std::max(b.feasErr, 1e-6), 1e-4 * b.dualInf);
+  if (ctx->drv.resolvedInitMu > 0.0 && ctx->opt.bar_initmu > 0.0) b.mu = ctx->opt.bar_initmu;
+  b.mu = std::min(b.mu, 1e3);
+  b.muTol = b.muPrevious = b.muTarget = b.mu;
+  b.murule = ctx->resolvedMurule == 0 ? 4 : ctx->resolvedMurule;
+  initializeSlacks(b, std::min(0.1, b.mu));
+  std::fill(b.lambda.begin(), b.lambda.end(), 0.0);
+  initializeLambdaIneq(b, 0.0);
+  barrierFormRows(b, b.x.data(), b.cModel.data(), b.c.data());
+  barrierUpdateFG(b);
+  b.barStatus = 0;
+  b.stepOutcome = BAR_STEP_ACCEPTED;
+  b.xtolRun = b.ftolRun = b.infeasStall = b.infeasStationary = b.rejections = 0;
+  b.tinyStepDrops = b.tinyDirectSteps = 0;
+  b.muFloorRef = 3e-16;
+  b.pertHMin = 0.0;
+  b.fallbackTries = 0;
+  b.safeguardMode = false;
+  b.safeguardCount = 0;
+  b.kktBest = 1e300;
+  b.kktBestIter = b.iterCount;
+  b.filterF.clear();
+  b.filterFeas.clear();
+  b.muIterCount = 0;
 }
 
 void barrierFinished(MXL_context *ctx) {
@@ -311,6 +347,7 @@ void barrierMain(MXL_context *ctx) {
     if (b.barStatus == 0 && !b.solutionFound && !retest && b.stepOutcome == BAR_STEP_ACCEPTED &&
         (ctx->hooks.newpt != nullptr || ctx->opt.newpoint > 0) && b.iterCount > 0 && barrierNewpoint(ctx))
       b.barStatus = MX_RC_USER_TERMINATION;
+    if (b.barStatus != 0 && barrierRestartCheck(ctx)) barResetInitPoint(ctx, b);
     const bool ends = b.barStatus != 0 || b.solutionFound;
     barPrintIteration(ctx, b, ends);
     if (b.solutionFound && b.iterCount == 0 && !b.modelIsLP) {

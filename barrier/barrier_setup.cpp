@@ -140,7 +140,7 @@ void initvals(MXL_context *ctx, BarrierState &b) {
   b.iterCount = b.totalIterCount = b.muIterCount = b.muIterCountAll = 0;
   b.consecutiveCG = b.smallStepCount = 0;
   std::fill(std::begin(b.lastStepAlphas), std::end(b.lastStepAlphas), 0.0);
-  b.tinyStepDrops = b.refinements = b.rejections = b.tinyDirectSteps = 0;
+  b.tinyStepDrops = b.refinements = b.rejections = b.tinyDirectSteps = b.restartCount = 0;
   b.solutionFound = b.needMuUpdate = b.monotoneDrop = b.forceFGUpdate = false;
   b.safeguardMode = false;
   b.safeguardCount = b.failCount = 0;
