@@ -17,6 +17,7 @@
 #include <memory>
 #include <vector>
 
+#include "barrier/barrier_cg.h"
 #include "linalg/engine.h"
 
 struct MXL_context;
@@ -122,6 +123,7 @@ struct BarrierState {
 
   // Linear systems.
   BarKKT kkt;
+  BarCG cg;  // trust-region step and its projection system
 
   // Loop position and counters.
   int barStage = 1;
@@ -174,11 +176,7 @@ struct BarrierState {
   bool wantFormChange = false;
   int numPerturbations = 0, numFactorizations = 0;
   bool convexInertiaBad = false;
-  double pertHMin = 0.0;     // smallest shift after rejected steps
-  int fallbackTries = 0;     // extra shifts allowed after rejected steps
-  int fallbackLevel = 0;
   bool dualRepair = false;      // the dual step needs the sign repair
-  bool acceptShortStep = false; // keep a direct step however short
   double lastSolveResidual = 0.0;
 
   // Merit function.
@@ -263,6 +261,20 @@ void barrierKKTswitchForm(MXL_context *ctx, BarrierState &b, int form);
 void barrierKKTfree(BarrierState &b);
 int barrierExpectedNeg(const BarrierState &b);
 
+// ---- Trust-region step (barrier_cg.cpp, barrier_aug.cpp) ----
+int barrierAUGinit(MXL_context *ctx, BarrierState &b);
+int barrierAUGfactor(MXL_context *ctx, BarrierState &b);
+int barrierAUGsolve(MXL_context *ctx, BarrierState &b, const double *rx, const double *rc, double *y, double *w);
+void barrierAUGfree(BarrierState &b);
+void barrierInitializeCG(MXL_context *ctx, BarrierState &b);
+int project_r(MXL_context *ctx, BarrierState &b, const double *r, double *y, double *w);
+void normalStepFree(MXL_context *ctx, BarrierState &b);
+void normalStepRestricted(MXL_context *ctx, BarrierState &b);
+void normalStepFreeTruncate(BarrierState &b);
+int projectedCG(MXL_context *ctx, BarrierState &b, double radiusSq);
+int tangentialStep(MXL_context *ctx, BarrierState &b);
+int computeCGStep(MXL_context *ctx, BarrierState &b);
+
 // ---- Direct step (barrier_direct.cpp) ----
 void computeDirectStep(MXL_context *ctx, BarrierState &b);
 // Rules 6 and 7: the centring weight by golden section (barrier_quality.cpp).
@@ -295,11 +307,15 @@ void resetBndMultipliers(BarrierState &b);
 
 // ---- Line search and merit (barrier_linesearch.cpp) ----
 int barrierLineSearch(MXL_context *ctx, BarrierState &b);
+bool barrierTestForSOC(MXL_context *ctx, const BarrierState &b, double objNeeded);
+int barrierComputeSOC(MXL_context *ctx, BarrierState &b);
 void barrierUpdateTRaccept(BarrierState &b);
 void barrierUpdateTRreject(BarrierState &b);
 
 // ---- Stop test (barrier_stop.cpp) ----
 void barrierStopTest(MXL_context *ctx, BarrierState &b);
+// The multipliers handed back at the end, in lambdaApp.
+void barrierReturnMultipliers(MXL_context *ctx, BarrierState &b);
 // Switches between the free rules and the monotone safeguard (bar_globalize).
 void nlpGlobalize(MXL_context *ctx, BarrierState &b);
 double getBarCompErr(const BarrierState &b, const double *x, const double *lambda, const double *r, double mu);

@@ -59,20 +59,18 @@ int barMaxTries(MXL_context *ctx, const BarrierState &b) {
     tries = reached ? std::max(opt, 5) : opt;
   }
   if (b.regKKTLevel > 0) tries = std::max(tries, 2);
-  // Until a step of another kind can take over, keep shifting until the
-  // inertia is right.
-  return std::max(tries, b.fallbackTries);
+  return tries;
 }
 
 double barNextPert(const BarrierState &b, int t, double prev) {
-  if (t == 0) return b.pertHMin;
+  if (t == 0) return 0.0;
   double p;
   if (t == 1 && prev <= 0.0)
     p = b.pertHLast > 1e-15 ? std::max(1e-15, 0.4 * b.pertHLast) : 1e-4;
   else
     p = b.pertHLast > 1e-15 ? 8.0 * prev : 100.0 * prev;
   if (t == 1 && b.pertHReused && b.errCurrent < 0.001) p = std::max(std::min(p, b.errCurrent), 1e-15);
-  return std::max(std::min(p, 1e20), b.pertHMin);
+  return std::min(p, 1e20);
 }
 
 // Forms and factors until the inertia is right. Returns true on success.
@@ -259,7 +257,7 @@ void computeDirectStep(MXL_context *ctx, BarrierState &b) {
   b.dualRepair = b.alphaMaxDual < 0.1 * b.alphaMaxPrimal && b.nSlacks > 0;
   if (b.dualRepair) b.alphaMaxDual = b.alphaMaxPrimal;
   b.alphaMax = std::min(b.alphaMaxPrimal, b.alphaMaxDual);
-  if (!barKeepStep(ctx, b, b.alphaMax) && !b.acceptShortStep) {
+  if (!barKeepStep(ctx, b, b.alphaMax)) {
     b.directResult = b.alphaMaxPrimal <= b.alphaMaxDual ? BAR_REJ_CUT_S : BAR_REJ_CUT_L;
     if (b.probing) adaptivemu(ctx, b);
     return;

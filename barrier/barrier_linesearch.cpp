@@ -3,6 +3,7 @@
 // with the slack reset of the trial point, and the trust radius.
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "barrier/barrier.h"
 #include "driver/print.h"
@@ -30,18 +31,24 @@ void barSearchSetup(MXL_context *ctx, BarrierState &b, BarSearch &s) {
   barrierJacTimes(b, b.x.data(), b.d.data(), b.workRows.data());
   for (int r = 0; r < b.mFull; ++r) b.workRows[r] += b.c[r];
   s.cAdNorm = norm2(b.mFull, b.workRows.data());
+  // A trust-region step is judged once: the radius does the rest.
+  if (!b.directStepOk) {
+    s.maxTrials = 0;
+    return;
+  }
   int trials = ctx->opt.linesearch_maxtrials;
+  const int interval = ctx->drv.resolvedDirectInterval;
+  if (interval >= 0 && b.consecutiveCG >= interval) trials = std::max(trials, 10);
   if (b.convexModel) trials = std::max(trials, 6);
-  // Where no step of another kind takes over, the direct step backtracks
-  // further instead.
-  s.maxTrials = std::max(trials, 20);
+  if (b.correctorsUsed > 0) trials = std::max(trials, 3);
+  s.maxTrials = trials;
 }
 
 void compute_nu_pred(MXL_context *ctx, BarrierState &b, const BarSearch &s) {
   const double a = b.alpha;
   b.linPred = a * (b.cNorm - s.cAdNorm);
   const double gd = a * s.gd, dWd = a * a * s.dWd;
-  if (dWd >= 0.0)
+  if (dWd >= 0.0 || !b.directStepOk)
     b.objPred = -gd - 0.5 * dWd;
   else if (gd > kEps)
     b.objPred = -gd - std::min(0.5 * dWd, 1000.0 * gd);
@@ -134,27 +141,79 @@ double barNextAlpha(MXL_context *ctx, const BarrierState &b, const BarSearch &s,
 
 }  // namespace
 
+// Whether a rejected full trial earns a second-order correction.
+bool barrierTestForSOC(MXL_context *ctx, const BarrierState &b, double objNeeded) {
+  const int soc = ctx->opt.soc;
+  if (soc == 0 || b.alpha < 1.0 || b.mFull == 0) return false;
+  if (soc == 2) return true;
+  if (!b.directStepOk) {
+    const BarCG &cg = b.cg;
+    const double nn = std::sqrt(cg.normalNormSq), tn = norm2(b.nFull, cg.tangent.data()) * cg.tangentScale;
+    if (!cg.normalStepReused && nn <= 0.1 * tn) return true;
+    return cg.freeNormalStep && tn <= 0.64 * b.delta;
+  }
+  return b.aredCons < 0.0 && b.aredObj >= objNeeded;
+}
+
+// The correction of the rows' curvature: d += the minimum-norm step with
+// A dc = -c(xTrial), kept inside the slack bounds. Returns 0 with the
+// corrected trial evaluated, 1 when no corrected trial exists, or a
+// negative code that ends the solve.
+int barrierComputeSOC(MXL_context *ctx, BarrierState &b) {
+  std::vector<double> &dc = b.workFull, &dl = b.dLambdaSave;
+  dl.resize(b.mFull);
+  std::vector<double> zero(b.nFull, 0.0), rc(b.mFull);
+  for (int r = 0; r < b.mFull; ++r) rc[r] = -b.cTrial[r];
+  const int st = b.directStepOk ? barrierKKTsolve(ctx, b, zero.data(), rc.data(), dc.data(), dl.data(), 0)
+                                : barrierAUGsolve(ctx, b, zero.data(), rc.data(), dc.data(), dl.data());
+  if (st != 0) return 1;
+  std::copy(b.d.begin(), b.d.end(), b.dSave.begin());
+  for (int i = 0; i < b.nFull; ++i) b.d[i] += dc[i];
+  double aP = 1.0, aD = 1.0;
+  std::fill(dl.begin(), dl.end(), 0.0);
+  barrierStepLengths(b, b.d.data(), dl.data(), b.rho, &aP, &aD);
+  if (aP < 1.0)
+    for (double &v : b.d) v *= aP;
+  return barEvaluateTrial(ctx, b);
+}
+
+namespace {
+
+// Acceptance of the evaluated trial (ev 0) by the merit function or the
+// noise rule.
+bool barTrialAccepted(MXL_context *ctx, BarrierState &b, double meritX) {
+  const double meritTrial = b.phiTrial + b.nuUsed * b.cNormTrial;
+  meritComputeRatio(ctx, b);
+  if (b.ratio >= 1e-8 || (ctx->drv.resolvedPenaltyRule == 2 && b.ratioHigh >= 1e-8)) return true;
+  if (barNoiseAccept(b, meritX, meritTrial)) {
+    ++b.noiseAccepts;
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 int barrierLineSearch(MXL_context *ctx, BarrierState &b) {
   BarSearch s;
   barSearchSetup(ctx, b, s);
   b.alpha = 1.0;
   b.stepOutcome = BAR_STEP_REJECTED;
+  bool socTried = false;
   for (int trial = 0;; ++trial) {
     compute_nu_pred(ctx, b, s);
     if (!b.stepUsable) return 0;  // not a descent direction for the merit function
     const double meritX = b.phi + b.nuUsed * b.cNorm;
-    const int ev = barEvaluateTrial(ctx, b);
+    int ev = barEvaluateTrial(ctx, b);
     if (ev < 0) return ev;
-    double meritTrial = 1e300;
-    bool accepted = false;
-    if (ev == 0) {
-      meritTrial = b.phiTrial + b.nuUsed * b.cNormTrial;
-      meritComputeRatio(ctx, b);
-      accepted = b.ratio >= 1e-8 || (ctx->drv.resolvedPenaltyRule == 2 && b.ratioHigh >= 1e-8);
-      if (!accepted && barNoiseAccept(b, meritX, meritTrial)) {
-        accepted = true;
-        ++b.noiseAccepts;
-      }
+    bool accepted = ev == 0 && barTrialAccepted(ctx, b, meritX);
+    double meritTrial = ev == 0 ? b.phiTrial + b.nuUsed * b.cNormTrial : 1e300;
+    if (!accepted && ev == 0 && !socTried && barrierTestForSOC(ctx, b, b.objPred)) {
+      socTried = true;
+      ev = barrierComputeSOC(ctx, b);
+      if (ev < 0) return ev;
+      accepted = ev == 0 && barTrialAccepted(ctx, b, meritX);
+      if (!accepted) std::copy(b.dSave.begin(), b.dSave.end(), b.d.begin());
     }
     if (accepted) {
       if (ctx->drv.resolvedPenaltyRule == 2) meritFlexUpdate(b);

@@ -109,21 +109,19 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
   b.c.swap(b.cTrial);
   b.cModel.swap(b.cModelTrial);
   b.fTilde = b.fTildeTrial;
-  if (b.directStepOk) {
-    b.lambda.swap(b.lambdaTrial);
-    safeguardMultipliers(b, b.lambda.data());
-  }
+  b.lambda.swap(b.lambdaTrial);
+  safeguardMultipliers(b, b.lambda.data());
   ++b.iterCount;
   ++b.muIterCount;
   ++b.totalIterCount;
-  b.consecutiveCG = 0;
+  b.consecutiveCG = b.directStepOk ? 0 : b.consecutiveCG + 1;
   b.smallStepCount = b.alphaMaxPrimal < 0.01 ? b.smallStepCount + 1 : 0;
   std::copy_backward(b.lastStepAlphas, b.lastStepAlphas + 9, b.lastStepAlphas + 10);
   b.lastStepAlphas[0] = b.alphaMaxPrimal;
   barrierUpdateTRaccept(b);
   b.rejections = 0;
-  b.pertHMin = 0.0;
-  b.fallbackTries = 0;
+  if (ctx->resolvedAlgorithm == 2) b.cg.freeNormalStep = true;
+  b.cg.factoredHere = false;
   const int rc = barrierComputeGA(ctx, b, b.x.data());
   if (rc != 0) return rc;
   if (b.directStepOk && !b.modelIsLP && !b.modelIsQP) resetBndMultipliers(b);
@@ -132,12 +130,12 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
   return 0;
 }
 
-// A rejected step: without another kind of step to take over, the next
-// direct step is shifted further towards a gradient step.
+// A rejected step: the next one is a trust-region step at the same point,
+// in a region that shrinks with each rejection of such a step.
 void barRejectStep(MXL_context *ctx, BarrierState &b) {
   ++b.totalIterCount;
   ++b.rejections;
-  if (b.probing && !b.safeguardMode) {
+  if (b.directStepOk && b.probing && !b.safeguardMode) {
     // The predictor's target failed: go on with the monotone regime from a
     // barrier parameter at the size of the complementarity.
     b.safeguardMode = true;
@@ -146,51 +144,73 @@ void barRejectStep(MXL_context *ctx, BarrierState &b) {
     barrierUpdateFG(b);
     b.safeguardCount = 2;
     b.muIterCount = 0;
-    return;
   }
-  b.pertHMin = std::max(1e-4, 10.0 * std::max(b.pertH, b.pertHMin));
-  b.fallbackTries = 60;
+  if (!b.directStepOk && b.rejections >= 3) b.cg.freeNormalStep = false;
   barrierUpdateTRreject(b);
+  b.directStepOk = false;
 }
 
-// One step from the current point: Hessian, direct step, line search.
-// Returns a negative code that ends the solve, else 0.
-int barTakeStep(MXL_context *ctx, BarrierState &b) {
-  if (b.stepOutcome == BAR_STEP_ACCEPTED || b.stepOutcome == BAR_STEP_AT_FLOOR) {
-    const int rc = barrierComputeH(ctx, b, 3);
-    if (rc != 0) return rc;
-  }
+// A direct step with its line search; a corrector that failed is tried
+// once more without.
+int barTakeDirectStep(MXL_context *ctx, BarrierState &b) {
   b.noCorrectors = false;
-  b.acceptShortStep = false;
-  for (int attempt = 0; attempt < 3; ++attempt) {
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    b.stepKind = 2;
     computeDirectStep(ctx, b);
     barPrintDirectRow(ctx, b);
-    if (!b.directStepOk) {
-      if (b.directResult != BAR_REJ_INERT) {
-        b.acceptShortStep = true;  // short, but the only step there is
-        continue;
-      }
-      if (b.fallbackTries > 0 && b.pertHMin >= 1e20) break;
-      b.fallbackTries = 60;
-      b.pertHMin = std::max(b.pertHMin, std::max(1e-4, 10.0 * b.pertH));
-      continue;
-    }
+    if (!b.directStepOk) break;
     b.stepNorm = norm2(b.nFull, b.d.data());
     const int rc = barrierLineSearch(ctx, b);
     if (rc != 0) return rc;
     if (b.stepOutcome == BAR_STEP_ACCEPTED) return barAcceptStep(ctx, b);
     if (b.correctorsUsed == 0 || b.noCorrectors) break;
-    b.noCorrectors = true;  // a corrector that failed: once more without
+    b.noCorrectors = true;
   }
   b.stepOutcome = BAR_STEP_REJECTED;
   barRejectStep(ctx, b);
   return 0;
 }
 
-void barInitializeSub(MXL_context *, BarrierState &b) {
+void barPrintCGRow(MXL_context *ctx, const BarrierState &b) {
+  if (ctx->opt.debug < 1) return;
+  const BarCG &cg = b.cg;
+  mxl_printf(ctx, "%6d CG  mu %9.2e delta %9.2e ||n|| %9.2e ||t|| %9.2e x%5.3f cgits %4d exit %d nu %9.2e ratio %9.2e %s\n",
+             b.iterCount, b.mu, b.deltaPrev, std::sqrt(cg.normalNormSq), norm2(b.nFull, cg.tangent.data()),
+             cg.tangentScale, cg.cgIterations, cg.cgExit, b.nuUsed, b.ratio,
+             b.stepOutcome == BAR_STEP_ACCEPTED ? "accepted" : "rejected");
+}
+
+int barTakeCGStep(MXL_context *ctx, BarrierState &b) {
+  if (const int rc = computeCGStep(ctx, b)) return rc;
+  b.stepNorm = norm2(b.nFull, b.d.data());
+  const int rc = barrierLineSearch(ctx, b);
+  if (rc != 0) return rc;
+  barPrintCGRow(ctx, b);
+  if (b.stepOutcome == BAR_STEP_ACCEPTED) return barAcceptStep(ctx, b);
+  b.stepOutcome = BAR_STEP_REJECTED;
+  barRejectStep(ctx, b);
+  return 0;
+}
+
+// One step from the current point: the direct step first under algorithm
+// 1, the trust-region step under algorithm 2 and after a rejection.
+// Returns a negative code that ends the solve, else 0.
+int barTakeStep(MXL_context *ctx, BarrierState &b) {
+  const bool rejected = b.stepOutcome == BAR_STEP_REJECTED;
+  if (b.stepOutcome == BAR_STEP_ACCEPTED || b.stepOutcome == BAR_STEP_AT_FLOOR) {
+    const int rc = barrierComputeH(ctx, b, 3);
+    if (rc != 0) return rc;
+  }
+  if (ctx->resolvedAlgorithm == 2 || rejected) return barTakeCGStep(ctx, b);
+  return barTakeDirectStep(ctx, b);
+}
+
+void barInitializeSub(MXL_context *ctx, BarrierState &b) {
   b.muIterCount = 0;
   b.muIterCountAll = 0;
-  b.stepKind = 2;
+  b.stepKind = ctx->resolvedAlgorithm == 1 ? 2 : 1;
+  if ((b.murule == 1 || (b.safeguardMode && b.safeguardCount >= 2)) && std::isfinite(5.0 * b.delta))
+    b.delta = std::max(5.0 * b.delta, 1.0);
   b.flexCap = 100.0 * b.cNorm;
 }
 
@@ -213,8 +233,13 @@ int barrierInitialize(MXL_context *ctx) {
   barrierFormRows(b, b.x.data(), b.cModel.data(), b.c.data());
   barrierUpdateFG(b);
   b.xNorm = norm2(b.nX, b.x.data());
-  barrierKKTinit(ctx, b, barChooseForm(ctx, b));
-  if (!b.kkt.analysed) return MX_RC_LINEAR_SOLVER_ERR;
+  if (ctx->resolvedAlgorithm == 1) {
+    barrierKKTinit(ctx, b, barChooseForm(ctx, b));
+    if (!b.kkt.analysed) return MX_RC_LINEAR_SOLVER_ERR;
+  }
+  b.cg.allocated = false;
+  b.cg.factoredHere = false;
+  b.cg.lastKind = b.stepKind = ctx->resolvedAlgorithm == 1 ? 2 : 1;
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
   presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
   b.feasErr = b.feasErr0 = b.feasErrBest = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
@@ -277,8 +302,6 @@ void barResetInitPoint(MXL_context *ctx, BarrierState &b) {
   b.xtolRun = b.ftolRun = b.infeasStall = b.infeasStationary = b.rejections = 0;
   b.tinyStepDrops = b.tinyDirectSteps = 0;
   b.muFloorRef = 3e-16;
-  b.pertHMin = 0.0;
-  b.fallbackTries = 0;
   b.safeguardMode = false;
   b.safeguardCount = 0;
   b.kktBest = 1e300;
@@ -304,13 +327,7 @@ void barrierFinished(MXL_context *ctx) {
     restoreBestSolution(ctx, b.xApp.data(), b.lambdaApp.data(), b.cApp.data(), b.gModel.data(), b.jacVals.data(),
                         &feas, &opt, &f);
   }
-  if (!useBest) {
-    // The method's own multipliers: complementary to their rows by
-    // construction, where the repair of the error measure may have moved
-    // bound multipliers of inactive bounds.
-    barrierLambdaToUser(b, b.lambda.data(), b.lambdaUser.data());
-    presolveLambdaPreToApp(ctx, b.lambdaUser.data(), b.lambdaApp.data());
-  }
+  if (!useBest) barrierReturnMultipliers(ctx, b);
   presolveTransform(ctx);
   std::copy(b.xApp.begin(), b.xApp.end(), ctx->var.x.begin());
   std::copy(b.cApp.begin(), b.cApp.end(), ctx->con.c.begin());
@@ -329,6 +346,7 @@ void barrierFinished(MXL_context *ctx) {
   ctx->returnCode = b.barStatus;
   b.evalRequest = 5;
   barrierKKTfree(b);
+  barrierAUGfree(b);
 }
 
 void barrierMain(MXL_context *ctx) {

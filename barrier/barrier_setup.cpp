@@ -157,6 +157,5 @@ void initvals(MXL_context *ctx, BarrierState &b) {
   b.tinyReductions = b.noiseAccepts = 0;
   b.feasScaleSet = false;
   b.everFeasible = false;
-  b.fallbackLevel = 0;
   b.lastPrintedIter = -1;
 }

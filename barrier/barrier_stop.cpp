@@ -2,6 +2,7 @@
 // given, the test of the barrier subproblem, and the limits that end a solve.
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "barrier/barrier.h"
 #include "driver/error_measures.h"
@@ -32,6 +33,29 @@ ErrJacobian barAppJacobian(const MXL_context *ctx, const BarrierState &b) {
   j.val = b.jacVals.data();
   return j;
 }
+
+}  // namespace
+
+// The multipliers handed back: the method's own, or their repair by the
+// error measure where that satisfies the optimality conditions better (a
+// last dual step that fell short of an active bound leaves the repaired
+// values closer). Writes lambdaApp; x, c are in xApp, cApp.
+void barrierReturnMultipliers(MXL_context *ctx, BarrierState &b) {
+  barrierLambdaToUser(b, b.lambda.data(), b.lambdaUser.data());
+  presolveLambdaPreToApp(ctx, b.lambdaUser.data(), b.lambdaApp.data());
+  std::vector<double> repaired(b.lambdaApp);
+  double opt = 0.0, comp = 0.0;
+  const ErrJacobian jac = barAppJacobian(ctx, b);
+  getOpterr(ctx, errModelApp(ctx), b.objSign, b.xApp.data(), b.cApp.data(), b.gModel.data(), repaired.data(), jac,
+            b.rApp.data(), &opt, &comp);
+  auto kkt = [&](const double *l) {
+    const double st = getAppDualFeas(ctx, b.gModel.data(), l, jac, b.rApp.data());
+    return std::max(st, getAppCompErr(ctx, b.xApp.data(), b.cApp.data(), l));
+  };
+  if (kkt(repaired.data()) < kkt(b.lambdaApp.data())) b.lambdaApp.swap(repaired);
+}
+
+namespace {
 
 // Optimality error of the current multipliers in the model as given; the
 // repaired multipliers stay in lambdaApp.

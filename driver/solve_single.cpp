@@ -195,7 +195,7 @@ void mxlInitialize(MXL_context *ctx) {
 int mxlSolveProblem(MXL_context *ctx) {
   const int alg = ctx->resolvedAlgorithm;
   if (alg == 3 || alg == 4) return mxNotBuilt(ctx, "the active-set algorithm is not built in this version.");
-  if (alg == 1) {
+  if (alg == 1 || alg == 2) {
     const int pre = presolveAnalyze(ctx);
     if (pre < 0) {
       ctx->returnCode = pre;
@@ -204,6 +204,5 @@ int mxlSolveProblem(MXL_context *ctx) {
     barrierMain(ctx);
     return 0;
   }
-  if (alg == 2) return mxNotBuilt(ctx, "the conjugate-gradient step of the interior-point algorithm is not built in this version.");
   return mxNotBuilt(ctx, "the multi-algorithm approach is not built in this version.");
 }

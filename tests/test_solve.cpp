@@ -553,7 +553,6 @@ namespace {
 TEST_F(Solve, UnbuiltStepsEndWithAnInternalError) {
   struct Case { const char *option; int value; bool integer; const char *what; };
   const Case cases[] = {
-      {"algorithm", 2, false, "conjugate-gradient"},
       {"algorithm", 4, false, "active-set"},
       {"tuner", 1, false, "tuner"},
       {"ms_enable", 1, false, "multi-start"},

@@ -1,0 +1,216 @@
+// The projection system of the trust-region step,
+//   [ I   A'      ] [y]   [rx]
+//   [ A  -regAUG I] [w] = [rc],
+// over the full iterate with relative slack columns. Its solutions give the
+// minimum-norm normal step (rx = 0, rc = -c) and the projection of a vector
+// onto the null space of A with the least-squares multipliers (rc = 0).
+// Slack columns are eliminated: a row with slack s keeps the diagonal
+// -(s^2 + regAUG) and the right-hand side rc + s rx_s. The matrix depends on
+// the point only through the slacks and the Jacobian, so one factor serves
+// every rejected step at a point.
+#include <algorithm>
+#include <cmath>
+
+#include "barrier/barrier.h"
+#include "driver/print.h"
+#include "interface/context.h"
+
+namespace {
+
+struct AugEntry {
+  int64_t key, id;
+};
+
+struct AugBuilder {
+  std::vector<AugEntry> entries;
+  int dim = 0;
+  int64_t next = 0;
+  int64_t add(int i, int j) {
+    if (i < j) std::swap(i, j);
+    entries.push_back({static_cast<int64_t>(i) * dim + j, next});
+    return next++;
+  }
+};
+
+void augPattern(const BarrierState &b, BarAUG &a, AugBuilder &pb) {
+  pb.dim = a.dim;
+  a.diagPos.resize(a.dim);
+  for (int i = 0; i < a.dim; ++i) a.diagPos[i] = pb.add(i, i);
+  a.jacPos.clear();
+  a.jacRow.clear();
+  a.jacEntry.clear();
+  a.varRowPos.assign(b.mFull, -1);
+  for (int r = 0; r < b.mFull; ++r) {
+    const BarRow &row = b.rows[r];
+    if (row.onVariable()) {
+      a.varRowPos[r] = pb.add(b.nX + r, row.item);
+      continue;
+    }
+    for (int64_t e = b.jacRowPtr[row.item]; e < b.jacRowPtr[row.item + 1]; ++e) {
+      a.jacPos.push_back(pb.add(b.nX + r, b.jacVars[e]));
+      a.jacRow.push_back(r);
+      a.jacEntry.push_back(static_cast<int>(e));
+    }
+  }
+}
+
+void augCompress(BarAUG &a, AugBuilder &pb) {
+  std::sort(pb.entries.begin(), pb.entries.end(), [](const AugEntry &u, const AugEntry &v) { return u.key < v.key; });
+  std::vector<int64_t> where(static_cast<size_t>(pb.next));
+  a.irn.clear();
+  a.jcn.clear();
+  int64_t last = -1;
+  for (const AugEntry &e : pb.entries) {
+    if (e.key != last) {
+      a.irn.push_back(static_cast<int>(e.key / a.dim));
+      a.jcn.push_back(static_cast<int>(e.key % a.dim));
+      last = e.key;
+    }
+    where[e.id] = static_cast<int64_t>(a.irn.size()) - 1;
+  }
+  for (int64_t &p : a.diagPos) p = where[p];
+  for (int64_t &p : a.jacPos) p = where[p];
+  for (int64_t &p : a.varRowPos)
+    if (p >= 0) p = where[p];
+  a.val.assign(a.irn.size(), 0.0);
+}
+
+void augForm(const BarrierState &b, BarAUG &a) {
+  std::fill(a.val.begin(), a.val.end(), 0.0);
+  for (int i = 0; i < b.nX; ++i) a.val[a.diagPos[i]] = 1.0;
+  for (size_t q = 0; q < a.jacPos.size(); ++q)
+    a.val[a.jacPos[q]] += b.rows[a.jacRow[q]].sign() * b.jacVals[a.jacEntry[q]];
+  for (int r = 0; r < b.mFull; ++r) {
+    const BarRow &row = b.rows[r];
+    if (a.varRowPos[r] >= 0) a.val[a.varRowPos[r]] += row.sign();
+    double d = a.regAUG;
+    if (row.slack >= 0) {
+      const double s = b.x[b.nX + row.slack];
+      d += s * s;
+    }
+    a.val[a.diagPos[b.nX + r]] = -d;
+  }
+}
+
+// The shift of the row block: only after repeated trouble, and then tied
+// to the size of the errors so that it vanishes near a solution.
+double augRegularization(const BarrierState &b, const BarAUG &a, bool flag) {
+  if (a.regAUGLevel <= 2 && !flag) return 0.0;
+  double err = std::max(b.feasErr, b.optErr);
+  if (b.mu > 0.0) err = std::min(err, b.mu);
+  double v = 1e-8 * err;
+  if ((b.iterCount == 0 || flag) && v <= 5e-16) v = 1e-8;
+  // A singular factor that stays singular needs a growing shift.
+  if (flag && a.regAUGLevel > 3) v = 1e-8 * std::pow(100.0, a.regAUGLevel - 3);
+  return std::min(v, flag ? 1e-2 : 1e-8);
+}
+
+// Null pivots are judged against the identity and the Jacobian: slacks of
+// far bounds put s^2 on the row diagonal, many orders above the rest.
+void augNullPivotTol(const BarrierState &b, BarAUG &a) {
+  double all = 0.0, ref = 1.0;
+  for (size_t q = 0; q < a.val.size(); ++q) {
+    const double v = std::fabs(a.val[q]);
+    all = std::max(all, v);
+    if (a.irn[q] < b.nX || a.irn[q] != a.jcn[q]) ref = std::max(ref, v);
+  }
+  a.sys.settings.nullPivotTol = all > 0.0 ? 1e-14 * ref / all : 1e-14;
+}
+
+}  // namespace
+
+int barrierAUGinit(MXL_context *ctx, BarrierState &b) {
+  BarAUG &a = b.cg.aug;
+  linRelease(a.sys);
+  a.analysed = a.factored = false;
+  a.dim = b.nX + b.mFull;
+  AugBuilder pb;
+  augPattern(b, a, pb);
+  augCompress(a, pb);
+  LinSettings s = linSettingsFromContext(ctx);
+  s.maxRefine = 0;
+  s.nullPivotTol = 1e-14;
+  a.pivotTol = s.pivotTol;
+  int engine = ctx->resolvedLinsolver == 2 ? 5 : ctx->resolvedLinsolver;
+  LinEngineKind kind = LIN_ENGINE_DENSE;
+  linEngineForSystem(ctx, engine, a.dim, &kind);
+  const int st = linAnalyze(a.sys, kind, s, a.dim, static_cast<nnzint>(a.irn.size()), a.irn.data(), a.jcn.data());
+  if (st != LIN_OK) mxl_printf(ctx, "*** AUG analyze failed with status %d (barrierAUGfactor)\n", st);
+  a.analysed = st == LIN_OK;
+  a.rhs.assign(a.dim, 0.0);
+  a.sol.assign(a.dim, 0.0);
+  a.res.assign(a.dim, 0.0);
+  return a.analysed ? 0 : MX_RC_LINEAR_SOLVER_ERR;
+}
+
+// Forms and factors at the current point. A singular matrix (dependent
+// rows) or a wrong inertia is regularised on the row diagonal, growing
+// until the factor is usable. Returns 0 or a negative engine status.
+int barrierAUGfactor(MXL_context *ctx, BarrierState &b) {
+  BarAUG &a = b.cg.aug;
+  if (!a.analysed) return LIN_ERR_ORDER;
+  if (b.cg.raisePivot) {
+    a.sys.settings.pivotTol = std::min(0.5, std::max(10.0 * a.sys.settings.pivotTol, 0.01));
+    b.cg.raisePivot = false;
+  }
+  if (b.cg.projectionSuspect) {
+    ++a.regAUGLevel;
+    b.cg.projectionSuspect = false;
+  }
+  bool flag = false;
+  for (int rep = 0; rep < 6; ++rep) {
+    a.regAUG = augRegularization(b, a, flag);
+    augForm(b, a);
+    augNullPivotTol(b, a);
+    const LinFactorInfo info = linFactor(a.sys, a.val.data());
+    ++b.numFactorizations;
+    if (info.status != LIN_OK) {
+      mxl_printf(ctx, "*** AUG factorization failed with status %d (barrierAUGfactor)\n", info.status);
+      a.factored = false;
+      return info.status;
+    }
+    a.negEig = info.negEig;
+    a.factored = !info.singular() && info.negEig == b.mFull;
+    if (a.factored) return 0;
+    ++a.regAUGLevel;
+    flag = true;
+    if (ctx->opt.debug > 0)
+      mxl_printf(ctx, "*** Singular AUG matrix: pivot = %e, regularize_aug = %d\n", 0.0, a.regAUGLevel);
+  }
+  return LIN_ERR_SINGULAR;
+}
+
+// Solves AUG [y; w] = [rx; rc] with refinement; y over the full iterate,
+// w over the rows.
+int barrierAUGsolve(MXL_context *, BarrierState &b, const double *rx, const double *rc, double *y, double *w) {
+  BarAUG &a = b.cg.aug;
+  if (!a.factored) return LIN_ERR_SINGULAR;
+  const double *s = b.x.data() + b.nX;
+  std::copy(rx, rx + b.nX, a.rhs.begin());
+  for (int r = 0; r < b.mFull; ++r) {
+    const BarRow &row = b.rows[r];
+    a.rhs[b.nX + r] = rc[r] + (row.slack >= 0 ? s[row.slack] * rx[b.nX + row.slack] : 0.0);
+  }
+  std::copy(a.rhs.begin(), a.rhs.end(), a.sol.begin());
+  if (const int st = linSolve(a.sys, a.sol.data())) return st;
+  const double nrm = std::max(normInf(a.dim, a.rhs.data()), 1e-300);
+  for (int it = 0; it < 3; ++it) {
+    linMultiply(a.sys, a.sol.data(), a.res.data());
+    for (int i = 0; i < a.dim; ++i) a.res[i] = a.rhs[i] - a.res[i];
+    if (normInf(a.dim, a.res.data()) <= 1e-14 * nrm) break;
+    if (linSolve(a.sys, a.res.data()) != LIN_OK) break;
+    for (int i = 0; i < a.dim; ++i) a.sol[i] += a.res[i];
+  }
+  std::copy(a.sol.begin(), a.sol.begin() + b.nX, y);
+  for (int r = 0; r < b.mFull; ++r) {
+    w[r] = a.sol[b.nX + r];
+    const BarRow &row = b.rows[r];
+    if (row.slack >= 0) y[b.nX + row.slack] = rx[b.nX + row.slack] + s[row.slack] * w[r];
+  }
+  return 0;
+}
+
+void barrierAUGfree(BarrierState &b) {
+  linRelease(b.cg.aug.sys);
+  b.cg.aug.analysed = b.cg.aug.factored = false;
+}

@@ -1,0 +1,55 @@
+// State of the trust-region (conjugate-gradient) step of the barrier
+// method: the projection system AUG = [I A'; A 0] over the full iterate,
+// the normal and tangential steps, and what the projected CG left.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "linalg/engine.h"
+
+// Exits of projectedCG (cgExit).
+enum BarCGExit {
+  BAR_CG_BAD_START = 1, BAR_CG_CONVERGED = 2, BAR_CG_NEG_CURVATURE = 3, BAR_CG_BOUNDARY = 4,
+  BAR_CG_LIMIT = 5, BAR_CG_BLOWUP = 6, BAR_CG_RESTART = 7, BAR_CG_TIME = 8
+};
+
+// The projection system with the slack columns eliminated: primal block
+// identity, a row with slack s has the diagonal -(s^2 + regAUG).
+struct BarAUG {
+  int dim = 0;
+  std::vector<int> irn, jcn;
+  std::vector<double> val;
+  std::vector<int64_t> diagPos;   // matrix index -> value position
+  std::vector<int64_t> jacPos;    // model Jacobian entry (per row copy) -> value position
+  std::vector<int> jacRow, jacEntry;
+  std::vector<int64_t> varRowPos; // rows on variables -> value position of (row, var)
+  LinSystem sys;
+  bool analysed = false, factored = false;
+  int negEig = 0;
+  double regAUG = 0.0;
+  int regAUGLevel = 0;
+  double pivotTol = 1e-8;
+  std::vector<double> rhs, sol, res;
+};
+
+struct BarCG {
+  bool allocated = false;
+  BarAUG aug;
+  bool factoredHere = false;     // the AUG factor belongs to the current point
+  std::vector<double> normal, tangent, An;   // n-step, t-step, A n (mFull)
+  std::vector<double> gN;                    // gradPhi + W n
+  std::vector<double> r, y, p, Hp, tFirst, work, workRows;
+  std::vector<double> lambdaLS;              // multipliers of the last projection
+  double normalNormSq = 0.0, tangentRadiusSq = 0.0;
+  double normalModel = 0.0;                  // ||c + A n||
+  double normalAngle = 0.0;
+  double tangentScale = 1.0;                 // the multiple of t kept
+  int cgIterations = 0, cgIterationsTotal = 0;
+  int cgExit = 0;
+  bool freeNormalStep = false;
+  bool normalStepReused = false;
+  bool projectionSuspect = false, raisePivot = false;
+  int lastKind = 2;                          // kind of the last step tried
+  int cgMaxit = 0;
+};
