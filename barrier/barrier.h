@@ -81,6 +81,16 @@ struct BarKKT {
   bool singular = false;
 };
 
+// What the watchdog keeps of the point where it started.
+struct BarWatchdog {
+  int state = 0;  // 0 idle; 1 running the watchdog step; 2 step after it
+  int budget = 0, count = 0;
+  bool justEntered = false;
+  std::vector<double> x, lambda, c, cModel, gModel, jacVals, hessVals, d, dLambda;
+  double fTilde = 0.0, phi = 0.0, cNorm = 0.0, merit = 0.0, delta = 0.0, nu = 0.0, mu = 0.0, nuMerit = 0.0;
+  int stepKind = 2;
+};
+
 struct BarrierState {
   // Sizes.
   int n = 0, m = 0;         // presolved model
@@ -188,6 +198,7 @@ struct BarrierState {
   bool stepUsable = true;
   int tinyReductions = 0, noiseAccepts = 0;
   double flexCap = 1e8;
+  BarWatchdog watchdog;
 
   // Errors and the stop test.
   double feasErr = 0.0, optErr = 0.0, feasErrPre = 0.0, feasErr0 = 0.0, feasErrBest = 0.0;
@@ -307,6 +318,10 @@ void resetBndMultipliers(BarrierState &b);
 
 // ---- Line search and merit (barrier_linesearch.cpp) ----
 int barrierLineSearch(MXL_context *ctx, BarrierState &b);
+bool barrierWatchdogCheck(MXL_context *ctx, BarrierState &b);
+void barrierWatchdogStore(BarrierState &b);
+void barrierWatchdogRestore(BarrierState &b);
+void barrierWatchdogAdvance(BarrierState &b, bool beatStored);
 bool barrierTestForSOC(MXL_context *ctx, const BarrierState &b, double objNeeded);
 int barrierComputeSOC(MXL_context *ctx, BarrierState &b);
 void barrierUpdateTRaccept(BarrierState &b);

@@ -299,6 +299,17 @@ void recoverFullSolution(const BarrierState &b, const double *rhsX, const double
 
 double barMaxAbs(int n, const double *v) { return normInf(n, v); }
 
+// res = rhs - K sol for the matrix without the row shift regKKT: the
+// refinement then removes the shift's bias from the rows' steps, which
+// would otherwise keep a degenerate row from ever being satisfied.
+void barKKTresidual(const BarrierState &b, const double *rhs, const double *sol, double *res) {
+  const BarKKT &k = b.kkt;
+  linMultiply(k.sys, sol, res);
+  for (int i = 0; i < k.dim; ++i) res[i] = rhs[i] - res[i];
+  if (b.regKKT <= 0.0 || k.form != 1) return;
+  for (int i = b.nX; i < k.dim; ++i) res[i] -= b.regKKT * sol[i];
+}
+
 }  // namespace
 
 int barrierKKTsolve(MXL_context *ctx, BarrierState &b, const double *rhsX, const double *rhsC, double *d,
@@ -317,8 +328,7 @@ int barrierKKTsolve(MXL_context *ctx, BarrierState &b, const double *rhsX, const
   best.assign(sol, sol + dim);
   double bestRel = 1e20;
   for (int it = 1;; ++it) {
-    linMultiply(k.sys, sol, res);
-    for (int i = 0; i < dim; ++i) res[i] = rhs[i] - res[i];
+    barKKTresidual(b, rhs, sol, res);
     const double rel = barMaxAbs(dim, res) / nrm;
     if (it != 1 && rel >= bestRel) break;  // refinement made it worse: keep the best
     std::copy(sol, sol + dim, best.begin());

@@ -194,27 +194,39 @@ bool barTrialAccepted(MXL_context *ctx, BarrierState &b, double meritX) {
 
 }  // namespace
 
-int barrierLineSearch(MXL_context *ctx, BarrierState &b) {
+namespace {
+
+// One search along d from alpha 1. forced: the search after a failed
+// watchdog, with one more trial and no watchdog or correction.
+int barSearchRun(MXL_context *ctx, BarrierState &b, bool forced) {
   BarSearch s;
   barSearchSetup(ctx, b, s);
+  if (forced) ++s.maxTrials;
+  BarWatchdog &w = b.watchdog;
   b.alpha = 1.0;
   b.stepOutcome = BAR_STEP_REJECTED;
-  bool socTried = false;
+  bool socTried = forced;
   for (int trial = 0;; ++trial) {
     compute_nu_pred(ctx, b, s);
-    if (!b.stepUsable) return 0;  // not a descent direction for the merit function
+    if (!b.stepUsable && w.state == 0) return 0;  // not a descent direction for the merit function
     const double meritX = b.phi + b.nuUsed * b.cNorm;
     int ev = barEvaluateTrial(ctx, b);
     if (ev < 0) return ev;
     bool accepted = ev == 0 && barTrialAccepted(ctx, b, meritX);
     double meritTrial = ev == 0 ? b.phiTrial + b.nuUsed * b.cNormTrial : 1e300;
-    if (!accepted && ev == 0 && !socTried && barrierTestForSOC(ctx, b, b.objPred)) {
+    if (ev == 0 && w.state == 1) accepted = true;
+    if (ev == 0 && w.state == 2) {
+      const double m = b.phiTrial + w.nuMerit * b.cNormTrial;
+      accepted = accepted || m < w.merit + 1e-4 * std::fabs(w.merit);
+    }
+    if (!accepted && ev == 0 && !socTried && w.state == 0 && barrierTestForSOC(ctx, b, b.objPred)) {
       socTried = true;
       ev = barrierComputeSOC(ctx, b);
       if (ev < 0) return ev;
       accepted = ev == 0 && barTrialAccepted(ctx, b, meritX);
       if (!accepted) std::copy(b.dSave.begin(), b.dSave.end(), b.d.begin());
     }
+    if (!accepted && ev == 0 && !forced && barrierWatchdogCheck(ctx, b)) accepted = true;
     if (accepted) {
       if (ctx->drv.resolvedPenaltyRule == 2) meritFlexUpdate(b);
       b.stepOutcome = BAR_STEP_ACCEPTED;
@@ -224,6 +236,16 @@ int barrierLineSearch(MXL_context *ctx, BarrierState &b) {
     if (trial >= s.maxTrials) return 0;
     b.alpha = ev == 0 ? barNextAlpha(ctx, b, s, b.alpha, meritTrial, meritX) : 0.5 * b.alpha;
   }
+}
+
+}  // namespace
+
+int barrierLineSearch(MXL_context *ctx, BarrierState &b) {
+  int rc = barSearchRun(ctx, b, false);
+  if (rc != 0 || b.stepOutcome == BAR_STEP_ACCEPTED || b.watchdog.state == 0) return rc;
+  // The watchdog failed: back to where it started, searching its step.
+  barrierWatchdogRestore(b);
+  return barSearchRun(ctx, b, true);
 }
 
 void barrierUpdateTRaccept(BarrierState &b) {

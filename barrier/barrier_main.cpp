@@ -119,6 +119,7 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
   std::copy_backward(b.lastStepAlphas, b.lastStepAlphas + 9, b.lastStepAlphas + 10);
   b.lastStepAlphas[0] = b.alphaMaxPrimal;
   barrierUpdateTRaccept(b);
+  barrierWatchdogAdvance(b, true);
   b.rejections = 0;
   if (ctx->resolvedAlgorithm == 2) b.cg.freeNormalStep = true;
   b.cg.factoredHere = false;

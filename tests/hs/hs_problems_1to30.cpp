@@ -98,6 +98,15 @@ void hs012(HsEval &e) {
   powdiff(e, 0, -1.0, 1, -1, 0.0, 2);
 }
 
+// (x1 - 2)^2 + x2^2;  (1 - x1)^3 - x2 >= 0: the constraint qualification
+// fails at the solution (1, 0).
+void hs013(HsEval &e) {
+  powdiff(e, -1, 1.0, 0, -1, 2.0, 2);
+  powdiff(e, -1, 1.0, 1, -1, 0.0, 2);
+  powdiff(e, 0, -1.0, 0, -1, 1.0, 3);
+  lin(e, 0, -1.0, 1);
+}
+
 // (x1 - 2)^2 + (x2 - 1)^2;  x1 - 2 x2 = -1 (structure);  -x1^2/4 - x2^2 >= -1
 void hs014(HsEval &e) {
   powdiff(e, -1, 1.0, 0, -1, 2.0, 2);
@@ -279,6 +288,7 @@ void hsAddProblems1to30(std::vector<HsProblem> &out) {
                  {x11, x11 * x11}, true});
   out.push_back({"hs012", 2, 1, hs012, {0, 0}, {}, {}, {-25}, {INF}, -30.0, {2, 3}, true,
                  {{-1, 0, -7.0}, {-1, 1, -7.0}}});
+  out.push_back({"hs013", 2, 1, hs013, {-2, -2}, {0, 0}, {}, {0}, {INF}, 1.0, {1, 0}});
   out.push_back({"hs014", 2, 2, hs014, {2, 2}, {}, {}, {-1, -1}, {-1, INF}, 9.0 - 23.0 * s7 / 8.0,
                  {0.5 * (s7 - 1.0), 0.25 * (s7 + 1.0)}, true, {{0, 0, 1.0}, {0, 1, -2.0}}});
   out.push_back({"hs015", 2, 2, hs015, {-2, 1}, {}, {0.5, INF}, {1, 0}, {INF, INF}, 306.5, {0.5, 2}});

@@ -1,0 +1,92 @@
+// The watchdog: a direct step that the merit function rejects is taken
+// anyway, and so is the next one; the step after that must reduce the merit
+// function below its value where the watchdog started, or the method goes
+// back there and searches along the stored step as usual. This lets the
+// iterates pass a curved valley that a monotone search cannot follow.
+#include <algorithm>
+#include <cmath>
+
+#include "barrier/barrier.h"
+#include "interface/context.h"
+
+namespace {
+
+void wdCopy(const std::vector<double> &from, std::vector<double> &to) { to.assign(from.begin(), from.end()); }
+
+}  // namespace
+
+// Whether a rejected trial of a direct step starts the watchdog; stores the
+// point when it does.
+bool barrierWatchdogCheck(MXL_context *ctx, BarrierState &b) {
+  BarWatchdog &w = b.watchdog;
+  if (ctx->opt.bar_watchdog != 1 || w.state != 0 || !b.directStepOk) return false;
+  if (w.budget < 5 || w.count >= 10 || b.iterCount < 1 || !ctx->comp.index1.empty()) return false;
+  ++w.count;
+  w.budget = 0;
+  barrierWatchdogStore(b);
+  w.state = 1;
+  w.justEntered = true;
+  return true;
+}
+
+void barrierWatchdogStore(BarrierState &b) {
+  BarWatchdog &w = b.watchdog;
+  wdCopy(b.x, w.x);
+  wdCopy(b.lambda, w.lambda);
+  wdCopy(b.c, w.c);
+  wdCopy(b.cModel, w.cModel);
+  wdCopy(b.gModel, w.gModel);
+  wdCopy(b.jacVals, w.jacVals);
+  wdCopy(b.hessVals, w.hessVals);
+  wdCopy(b.d, w.d);
+  wdCopy(b.dLambda, w.dLambda);
+  w.fTilde = b.fTilde;
+  w.phi = b.phi;
+  w.cNorm = b.cNorm;
+  w.merit = b.phi + b.nuUsed * b.cNorm;
+  w.nuMerit = b.nuUsed;
+  w.delta = b.delta;
+  w.nu = b.nu;
+  w.stepKind = b.stepKind;
+  w.mu = b.mu;
+}
+
+// Back to the point where the watchdog started, with its step.
+void barrierWatchdogRestore(BarrierState &b) {
+  BarWatchdog &w = b.watchdog;
+  wdCopy(w.x, b.x);
+  wdCopy(w.lambda, b.lambda);
+  wdCopy(w.c, b.c);
+  wdCopy(w.cModel, b.cModel);
+  wdCopy(w.gModel, b.gModel);
+  wdCopy(w.jacVals, b.jacVals);
+  wdCopy(w.hessVals, b.hessVals);
+  wdCopy(w.d, b.d);
+  wdCopy(w.dLambda, b.dLambda);
+  b.fTilde = w.fTilde;
+  b.delta = w.delta;
+  b.nu = w.nu;
+  b.stepKind = w.stepKind;
+  b.mu = w.mu;
+  barrierUpdateFG(b);
+  b.xNorm = norm2(b.nX, b.x.data());
+  b.directStepOk = true;
+  b.stepNorm = norm2(b.nFull, b.d.data());
+  w.state = 0;
+  b.cg.factoredHere = false;
+}
+
+// After an accepted step: the watchdog moves on, or ends when the step of
+// its second stage beat the stored merit value.
+void barrierWatchdogAdvance(BarrierState &b, bool beatStored) {
+  BarWatchdog &w = b.watchdog;
+  ++w.budget;
+  if (w.state == 1) {
+    if (w.justEntered)
+      w.justEntered = false;
+    else
+      w.state = 2;
+  } else if (w.state == 2 && beatStored) {
+    w.state = 0;
+  }
+}
