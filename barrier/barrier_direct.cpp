@@ -47,19 +47,14 @@ void rhs2ndsystem(BarrierState &b, double target, double stepP, double stepD, co
   }
 }
 
+// Unless the user limits them, shifts are tried until the inertia is right
+// or the shift reaches 1e20: a direct step with a large shift still beats
+// the trust-region step that would take over, on the models we measured.
 int barMaxTries(MXL_context *ctx, const BarrierState &b) {
   const int opt = ctx->opt.bar_maxrefactor;
+  if (opt < 0) return 60;
   const int interval = ctx->drv.resolvedDirectInterval;
-  const bool reached = interval >= 0 && b.consecutiveCG >= interval;
-  int tries;
-  if (opt < 0) {
-    tries = b.pertHLast > 1e6 ? (reached ? 5 : 0) : (reached ? 5 : 3);
-    if (b.convexModel) tries = 5;
-  } else {
-    tries = reached ? std::max(opt, 5) : opt;
-  }
-  if (b.regKKTLevel > 0) tries = std::max(tries, 2);
-  return tries;
+  return interval >= 0 && b.consecutiveCG >= interval ? std::max(opt, 5) : opt;
 }
 
 double barNextPert(const BarrierState &b, int t, double prev) {

@@ -193,4 +193,51 @@ TEST(BarrierRobust, UndefinedTrialPointsAreSteppedBack) {
   }
 }
 
+// Rosenbrock's function: a curved valley that every line search must follow.
+int rosenEval(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
+  const double *x = req->x;
+  *res->obj = 100.0 * (x[1] - x[0] * x[0]) * (x[1] - x[0] * x[0]) + (1.0 - x[0]) * (1.0 - x[0]);
+  return 0;
+}
+
+int rosenGrad(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
+  const double *x = req->x;
+  res->objGrad[0] = -400.0 * x[0] * (x[1] - x[0] * x[0]) - 2.0 * (1.0 - x[0]);
+  res->objGrad[1] = 200.0 * (x[1] - x[0] * x[0]);
+  return 0;
+}
+
+int rosenHess(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
+  const double *x = req->x, s = *req->sigma;
+  res->hess[0] = s * (1200.0 * x[0] * x[0] - 400.0 * x[1] + 2.0);
+  res->hess[1] = s * -400.0 * x[0];
+  res->hess[2] = s * 200.0;
+  return 0;
+}
+
+TEST(BarrierRobust, EveryLineSearchFollowsACurvedValley) {
+  for (int ls : {1, 2, 3}) {
+    for (int watchdog : {0, 1}) {
+      Solve r(1);
+      ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
+      const int idx[2] = {0, 1};
+      const double x0[2] = {-1.2, 1.0};
+      ASSERT_EQ(MX_set_var_primal_init_values(r.kc, 2, idx, x0), 0);
+      MX_cb_context_ptr cb = nullptr;
+      ASSERT_EQ(MX_add_eval_callback(r.kc, 1, 0, nullptr, rosenEval, &cb), 0);
+      ASSERT_EQ(MX_set_cb_grad(r.kc, cb, 2, idx, 0, nullptr, nullptr, rosenGrad), 0);
+      const int h1[3] = {0, 0, 1}, h2[3] = {0, 1, 1};
+      ASSERT_EQ(MX_set_cb_hess(r.kc, cb, 3, h1, h2, rosenHess), 0);
+      ASSERT_EQ(MX_set_int_param_by_name(r.kc, "linesearch", ls), 0);
+      ASSERT_EQ(MX_set_int_param_by_name(r.kc, "bar_watchdog", watchdog), 0);
+      EXPECT_EQ(MX_solve(r.kc), 0) << r.log;
+      double x[2] = {0, 0}, f = 0.0;
+      int status = 0;
+      MX_get_solution(r.kc, &status, &f, x, nullptr);
+      EXPECT_NEAR(x[0], 1.0, 1e-5) << "linesearch " << ls << " watchdog " << watchdog;
+      EXPECT_NEAR(x[1], 1.0, 1e-5) << "linesearch " << ls << " watchdog " << watchdog;
+    }
+  }
+}
+
 }  // namespace

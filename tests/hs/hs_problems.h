@@ -60,6 +60,7 @@ struct HsProblem {
   bool convex = false;        // LP, convex QP or convex NLP
   std::vector<HsLinear> linear = {};
   double objConstant = 0.0;   // given through MX_add_obj_constant
+  bool degenerate = false;    // no multipliers exist at x* (constraint qualification fails)
 };
 
 // Every problem, in name order of the files that define them.
