@@ -114,8 +114,23 @@ bool barNoiseAccept(const BarrierState &b, double meritX, double meritTrial) {
 
 // Evaluates the trial point of the current alpha. Returns 0, 1 for an
 // undefined point, or a negative code that ends the solve.
+// Variables whose bounds are honoured (honorbnds 1) are never handed to
+// the callbacks outside their bounds: such a trial counts as undefined.
+bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState &b, const double *xs) {
+  const std::vector<int> &flag = ctx->var.honorBnds.v;
+  if (flag.size() < static_cast<size_t>(b.n)) return false;
+  for (int j = 0; j < b.n; ++j) {
+    if (flag[j] != 1) continue;
+    const int lo = b.varBoundRows[0][j], up = b.varBoundRows[1][j];
+    if (lo >= 0 && xs[j] < b.rows[lo].bound) return true;
+    if (up >= 0 && xs[j] > b.rows[up].bound) return true;
+  }
+  return false;
+}
+
 int barEvaluateTrial(MXL_context *ctx, BarrierState &b) {
   updateIterate(b, b.x.data(), b.d.data(), b.alpha, b.xTrial.data());
+  if (ctx->resolvedHonorbnds != 0 && barOutsideHonouredBounds(ctx, b, b.xTrial.data())) return 1;
   for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + b.alpha * b.dLambda[r];
   if (b.dualRepair) replaceNegByPrimal(b, b.lambdaTrial.data(), b.xTrial.data());
   const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
