@@ -77,7 +77,8 @@ void augCompress(BarAUG &a, AugBuilder &pb) {
 
 void augForm(const BarrierState &b, BarAUG &a) {
   std::fill(a.val.begin(), a.val.end(), 0.0);
-  for (int i = 0; i < b.nX; ++i) a.val[a.diagPos[i]] = 1.0;
+  const bool scaled = !a.diag.empty();
+  for (int i = 0; i < b.nX; ++i) a.val[a.diagPos[i]] = scaled ? a.diag[i] : 1.0;
   for (size_t q = 0; q < a.jacPos.size(); ++q)
     a.val[a.jacPos[q]] += b.rows[a.jacRow[q]].sign() * b.jacVals[a.jacEntry[q]];
   for (int r = 0; r < b.mFull; ++r) {
@@ -86,7 +87,7 @@ void augForm(const BarrierState &b, BarAUG &a) {
     double d = a.regAUG;
     if (row.slack >= 0) {
       const double s = b.x[b.nX + row.slack];
-      d += s * s;
+      d += s * s / (scaled ? a.diag[b.nX + row.slack] : 1.0);
     }
     a.val[a.diagPos[b.nX + r]] = -d;
   }
@@ -119,8 +120,7 @@ void augNullPivotTol(const BarrierState &b, BarAUG &a) {
 
 }  // namespace
 
-int barrierAUGinit(MXL_context *ctx, BarrierState &b) {
-  BarAUG &a = b.cg.aug;
+int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   linRelease(a.sys);
   a.analysed = a.factored = false;
   a.dim = b.nX + b.mFull;
@@ -146,8 +146,7 @@ int barrierAUGinit(MXL_context *ctx, BarrierState &b) {
 // Forms and factors at the current point. A singular matrix (dependent
 // rows) or a wrong inertia is regularised on the row diagonal, growing
 // until the factor is usable. Returns 0 or a negative engine status.
-int barrierAUGfactor(MXL_context *ctx, BarrierState &b) {
-  BarAUG &a = b.cg.aug;
+int barrierAUGfactorSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   if (!a.analysed) return LIN_ERR_ORDER;
   if (b.cg.raisePivot) {
     a.sys.settings.pivotTol = std::min(0.5, std::max(10.0 * a.sys.settings.pivotTol, 0.01));
@@ -182,14 +181,15 @@ int barrierAUGfactor(MXL_context *ctx, BarrierState &b) {
 
 // Solves AUG [y; w] = [rx; rc] with refinement; y over the full iterate,
 // w over the rows.
-int barrierAUGsolve(MXL_context *, BarrierState &b, const double *rx, const double *rc, double *y, double *w) {
-  BarAUG &a = b.cg.aug;
+int barrierAUGsolveSystem(BarrierState &b, BarAUG &a, const double *rx, const double *rc, double *y, double *w) {
+  const bool scaled = !a.diag.empty();
   if (!a.factored) return LIN_ERR_SINGULAR;
   const double *s = b.x.data() + b.nX;
   std::copy(rx, rx + b.nX, a.rhs.begin());
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
-    a.rhs[b.nX + r] = rc[r] + (row.slack >= 0 ? s[row.slack] * rx[b.nX + row.slack] : 0.0);
+    const double ds = row.slack >= 0 && scaled ? a.diag[b.nX + row.slack] : 1.0;
+    a.rhs[b.nX + r] = rc[r] + (row.slack >= 0 ? s[row.slack] * rx[b.nX + row.slack] / ds : 0.0);
   }
   std::copy(a.rhs.begin(), a.rhs.end(), a.sol.begin());
   if (const int st = linSolve(a.sys, a.sol.data())) return st;
@@ -205,12 +205,49 @@ int barrierAUGsolve(MXL_context *, BarrierState &b, const double *rx, const doub
   for (int r = 0; r < b.mFull; ++r) {
     w[r] = a.sol[b.nX + r];
     const BarRow &row = b.rows[r];
-    if (row.slack >= 0) y[b.nX + row.slack] = rx[b.nX + row.slack] + s[row.slack] * w[r];
+    if (row.slack < 0) continue;
+    const double ds = scaled ? a.diag[b.nX + row.slack] : 1.0;
+    y[b.nX + row.slack] = (rx[b.nX + row.slack] + s[row.slack] * w[r]) / ds;
   }
   return 0;
 }
 
+int barrierAUGinit(MXL_context *ctx, BarrierState &b) { return barrierAUGinitSystem(ctx, b, b.cg.aug); }
+int barrierAUGfactor(MXL_context *ctx, BarrierState &b) { return barrierAUGfactorSystem(ctx, b, b.cg.aug); }
+int barrierAUGsolve(MXL_context *, BarrierState &b, const double *rx, const double *rc, double *y, double *w) {
+  return barrierAUGsolveSystem(b, b.cg.aug, rx, rc, y, w);
+}
+
+// ---- The preconditioned projection (cg_precond 1) ----
+// The same system with the diagonal of the barrier Hessian in place of the
+// identity: projections in that metric make the CG iterations scale-free.
+
+int barrierEqPrecAUGinit(MXL_context *ctx, BarrierState &b) {
+  b.cg.prec.diag.assign(b.nFull, 1.0);
+  return barrierAUGinitSystem(ctx, b, b.cg.prec);
+}
+
+// The diagonal of W, kept away from zero relative to its largest entry.
+void formAndFactorPrecond(MXL_context *ctx, BarrierState &b) {
+  std::vector<double> &D = b.cg.prec.diag;
+  std::fill(D.begin(), D.end(), 0.0);
+  for (int64_t k = 0; k < b.nnzH; ++k)
+    if (b.hessI[k] == b.hessJ[k]) D[b.hessI[k]] += std::fabs(b.hessVals[k]);
+  for (int j = 0; j < b.nSlacks; ++j) D[b.nX + j] = b.lambda[b.slackRow[j]] * b.x[b.nX + j];
+  double big = 0.0;
+  for (double v : D) big = std::max(big, std::fabs(v));
+  const double floor = std::max(1e-4 * big, 1e-8);
+  for (double &v : D) v = std::max(std::fabs(v), floor);
+  b.cg.precOk = barrierAUGfactorSystem(ctx, b, b.cg.prec) == 0;
+}
+
+int barrierEqPrecAUGsolve(BarrierState &b, const double *rx, const double *rc, double *y, double *w) {
+  return barrierAUGsolveSystem(b, b.cg.prec, rx, rc, y, w);
+}
+
 void barrierAUGfree(BarrierState &b) {
-  linRelease(b.cg.aug.sys);
-  b.cg.aug.analysed = b.cg.aug.factored = false;
+  for (BarAUG *a : {&b.cg.aug, &b.cg.prec}) {
+    linRelease(a->sys);
+    a->analysed = a->factored = false;
+  }
 }

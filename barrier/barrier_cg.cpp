@@ -67,8 +67,14 @@ int project_r(MXL_context *ctx, BarrierState &b, const double *r, double *y, dou
     return 0;
   }
   BarCG &cg = b.cg;
+  const bool prec = ctx->opt.cg_precond == 1 && cg.precOk;
+  auto solve = [&](const double *rx, double *yy, double *ww) {
+    return prec ? barrierEqPrecAUGsolve(b, rx, cg.workRows.data(), yy, ww)
+                : barrierAUGsolve(ctx, b, rx, cg.workRows.data(), yy, ww);
+  };
   std::fill(cg.workRows.begin(), cg.workRows.end(), 0.0);
-  if (const int st = barrierAUGsolve(ctx, b, r, cg.workRows.data(), y, w)) return st;
+  if (const int st = solve(r, y, w)) return st;
+  if (prec) return 0;  // D y = r - A'w: the check below is for the identity metric
   // A projection that leaves the null space is projected once more.
   barrierJacTimes(b, b.x.data(), y, cg.workRows.data());
   const double off = normInf(b.mFull, cg.workRows.data());
@@ -76,7 +82,7 @@ int project_r(MXL_context *ctx, BarrierState &b, const double *r, double *y, dou
     std::vector<double> &y2 = cg.work;
     std::fill(cg.workRows.begin(), cg.workRows.end(), 0.0);
     std::vector<double> w2(b.mFull);
-    if (barrierAUGsolve(ctx, b, y, cg.workRows.data(), y2.data(), w2.data()) == 0) {
+    if (solve(y, y2.data(), w2.data()) == 0) {
       std::copy(y2.begin(), y2.end(), y);
       for (int i = 0; i < b.mFull; ++i) w[i] += w2[i];
     }
@@ -295,6 +301,7 @@ void barrierInitializeCG(MXL_context *ctx, BarrierState &b) {
   cg.allocated = true;
   cg.freeNormalStep = ctx->resolvedAlgorithm == 2;
   barrierAUGinit(ctx, b);
+  if (ctx->opt.cg_precond == 1) barrierEqPrecAUGinit(ctx, b);
 }
 
 namespace {
@@ -335,6 +342,7 @@ int computeCGStep(MXL_context *ctx, BarrierState &b) {
   b.deltaPrev = b.delta;
   if (!cg.factoredHere) {
     if (barrierAUGfactor(ctx, b) != 0) return MX_RC_LINEAR_SOLVER_ERR;
+    if (ctx->opt.cg_precond == 1) formAndFactorPrecond(ctx, b);
     cg.factoredHere = true;
   }
   cg.cgMaxit = barCGLimit(ctx, b);

@@ -31,11 +31,14 @@ struct BarAUG {
   int regAUGLevel = 0;
   double pivotTol = 1e-8;
   std::vector<double> rhs, sol, res;
+  std::vector<double> diag;  // metric of the projection (empty: identity)
 };
 
 struct BarCG {
   bool allocated = false;
   BarAUG aug;
+  BarAUG prec;                   // projection in the metric of diag(W), cg_precond 1
+  bool precOk = false;
   bool factoredHere = false;     // the AUG factor belongs to the current point
   std::vector<double> normal, tangent, An;   // n-step, t-step, A n (mFull)
   std::vector<double> gN;                    // gradPhi + W n
