@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "barrier/barrier_cg.h"
+#include "barrier/barrier_qn.h"
 #include "linalg/engine.h"
 
 struct MXL_context;
@@ -134,6 +135,7 @@ struct BarrierState {
   // Linear systems.
   BarKKT kkt;
   BarCG cg;  // trust-region step and its projection system
+  BarQN qn;  // quasi-Newton Hessian (hessopt 2, 3, 6) or products (4, 5)
 
   // Loop position and counters.
   int barStage = 1;
@@ -271,6 +273,19 @@ int barrierKKTsolve(MXL_context *ctx, BarrierState &b, const double *rhsX, const
 void barrierKKTswitchForm(MXL_context *ctx, BarrierState &b, int form);
 void barrierKKTfree(BarrierState &b);
 int barrierExpectedNeg(const BarrierState &b);
+
+// ---- Quasi-Newton Hessians (barrier_qn.cpp) ----
+void barrierQNSetup(MXL_context *ctx, BarrierState &b);
+bool barrierUsesQN(const BarrierState &b);
+void barrierQNStore(BarrierState &b);
+void formQN(MXL_context *ctx, BarrierState &b);
+int updateb(MXL_context *ctx, BarrierState &b);
+void mmv(const BarrierState &b, const double *v, double *out);
+void getbv(const BarrierState &b, const double *v, double *out);
+int lmKKTupdate(MXL_context *ctx, BarrierState &b);
+void lmKKTsolve(BarrierState &b, double *x);
+// W v over the full iterate for every hessopt; 0 or an evaluation's code.
+int barrierComputeHv(MXL_context *ctx, BarrierState &b, const double *v, double *y);
 
 // ---- Trust-region step (barrier_cg.cpp, barrier_aug.cpp) ----
 int barrierAUGinit(MXL_context *ctx, BarrierState &b);

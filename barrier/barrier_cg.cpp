@@ -52,9 +52,8 @@ double barSlackFractionFrom(const BarrierState &b, const double *base, const dou
   return frac;
 }
 
-int barCGHv(MXL_context *, BarrierState &b, const double *v, double *y) {
-  barrierHessTimes(b, v, y);
-  return 0;
+int barCGHv(MXL_context *ctx, BarrierState &b, const double *v, double *y) {
+  return barrierComputeHv(ctx, b, v, y);
 }
 
 }  // namespace

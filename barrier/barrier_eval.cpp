@@ -84,6 +84,12 @@ static void barHessianMultipliers(const BarrierState &b, double *lh) {
 
 int barrierComputeH(MXL_context *ctx, BarrierState &b, int request) {
   b.evalRequest = request;
+  const int kind = b.qn.kind;
+  if (kind == 4 || kind == 5) return 0;  // products only
+  if (barrierUsesQN(b)) {
+    formQN(ctx, b);
+    return 0;
+  }
   if (b.nnzH == 0) return 0;
   barHessianMultipliers(b, b.lambdaUser.data());
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
@@ -148,6 +154,7 @@ void barrierHessTimes(const BarrierState &b, const double *v, double *y) {
     y[i] += h * v[j];
     if (i != j) y[j] += h * v[i];
   }
+  if (b.qn.kind == 6) mmv(b, v, y);  // the compact form replaces the diagonal
   const double *s = b.x.data() + b.nX;
   for (int j = 0; j < b.nSlacks; ++j)
     y[b.nX + j] = b.lambda[b.slackRow[j]] * s[j] * v[b.nX + j];

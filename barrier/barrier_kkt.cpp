@@ -231,6 +231,7 @@ int barrierKKTfactor(MXL_context *ctx, BarrierState &b) {
     mxl_printf(ctx, "*** KKT factorization failed with status %d (barrierKKTfactor)\n", info.status);
     return info.status;
   }
+  if (k.factored && b.qn.kind == 6) lmKKTupdate(ctx, b);
   return 0;
 }
 
@@ -342,6 +343,7 @@ int barrierKKTsolve(MXL_context *ctx, BarrierState &b, const double *rhsX, const
   }
   b.lastSolveResidual = bestRel;
   if (bestRel > 1e-4 && k.form != 1) b.wantFormChange = true;
+  if (b.qn.kind == 6) lmKKTsolve(b, best.data());
   recoverFullSolution(b, rhsX, rhsC, best.data(), d, dLambda);
   return 0;
 }

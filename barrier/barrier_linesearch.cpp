@@ -24,8 +24,8 @@ struct BarSearch {
   int maxTrials = 3;
 };
 
-void barSearchSetup(MXL_context *ctx, BarrierState &b, BarSearch &s) {
-  barrierHessTimes(b, b.d.data(), b.Hd.data());
+int barSearchSetup(MXL_context *ctx, BarrierState &b, BarSearch &s) {
+  if (const int rc = barrierComputeHv(ctx, b, b.d.data(), b.Hd.data())) return rc;
   s.gd = s.dWd = 0.0;
   for (int i = 0; i < b.nFull; ++i) {
     s.gd += b.gradPhi[i] * b.d[i];
@@ -37,12 +37,13 @@ void barSearchSetup(MXL_context *ctx, BarrierState &b, BarSearch &s) {
   // A trust-region step is judged once: the radius does the rest.
   if (!b.directStepOk) {
     s.maxTrials = 0;
-    return;
+    return 0;
   }
   // A direct step backtracks up to 10 times before the trust-region step
   // takes over: cheaper than the trust-region step on the models we
   // measured, and it solves more of them.
   s.maxTrials = std::max(ctx->opt.linesearch_maxtrials, 10);
+  return 0;
 }
 
 void compute_nu_pred(MXL_context *ctx, BarrierState &b, const BarSearch &s) {
@@ -251,7 +252,7 @@ namespace {
 // watchdog, with one more trial and no watchdog or correction.
 int barSearchRun(MXL_context *ctx, BarrierState &b, bool forced) {
   BarSearch s;
-  barSearchSetup(ctx, b, s);
+  if (const int rc = barSearchSetup(ctx, b, s)) return rc;
   if (forced) ++s.maxTrials;
   BarWatchdog &w = b.watchdog;
   b.alpha = 1.0;
@@ -295,7 +296,7 @@ int barSearchRun(MXL_context *ctx, BarrierState &b, bool forced) {
 // fractions that decrease too little and those whose slope is still steep.
 int barWolfeSearch(MXL_context *ctx, BarrierState &b) {
   BarSearch s;
-  barSearchSetup(ctx, b, s);
+  if (const int rc = barSearchSetup(ctx, b, s)) return rc;
   s.maxTrials = std::max(ctx->opt.linesearch_maxtrials, 10);
   b.alpha = 1.0;
   b.stepOutcome = BAR_STEP_REJECTED;

@@ -105,6 +105,7 @@ void barPrintIteration(MXL_context *ctx, BarrierState &b, bool last) {
 
 // The accepted trial becomes the current point.
 int barAcceptStep(MXL_context *ctx, BarrierState &b) {
+  barrierQNStore(b);
   b.x.swap(b.xTrial);
   b.c.swap(b.cTrial);
   b.cModel.swap(b.cModelTrial);
@@ -222,6 +223,7 @@ int barrierInitialize(MXL_context *ctx) {
   BarrierState &b = *ctx->bar;
   b.evalRequest = 4;
   barrierSizes(ctx, b);
+  barrierQNSetup(ctx, b);
   barrierAllocate(b);
   initvals(ctx, b);
   barResolveRules(ctx, b);

@@ -63,6 +63,7 @@ struct HsSolution {
   double f = 0.0;
   std::vector<double> x, lambda;  // lambda: m constraints, then n bounds
   int iters = 0;
+  int hessEvals = 0, hessVecEvals = 0;
 };
 HsSolution hsSolve(HsModel &model);
 
