@@ -92,6 +92,19 @@ struct BarWatchdog {
   int stepKind = 2;
 };
 
+// The switch between the main mode and feasibility restoration.
+struct BarRestore {
+  bool active = false;      // switching on (bar_switchrule 2, 3)
+  int phase = 2;            // 2 main, 3 restoration
+  int patience = 1000000;   // stalls before a switch
+  int stallCount = 0, switches = 0, mainIters = 0, legIters = 0;
+  bool wantSwitch = false;
+  double feasErrStart = 0.0, cNormStart = 0.0, deltaSaved = 1.0;
+  double cNormHistory[5] = {0, 0, 0, 0, 0};  // ||c|| after the last accepted steps
+  int noProgress = 0;
+  bool stalled = false;     // the leg cannot reduce ||c|| any further
+};
+
 struct BarrierState {
   // Sizes.
   int n = 0, m = 0;         // presolved model
@@ -201,6 +214,7 @@ struct BarrierState {
   int tinyReductions = 0, noiseAccepts = 0;
   double flexCap = 1e8;
   BarWatchdog watchdog;
+  BarRestore resto;
 
   // Errors and the stop test.
   double feasErr = 0.0, optErr = 0.0, feasErrPre = 0.0, feasErr0 = 0.0, feasErrBest = 0.0;
@@ -274,6 +288,15 @@ void barrierKKTswitchForm(MXL_context *ctx, BarrierState &b, int form);
 void barrierKKTfree(BarrierState &b);
 int barrierExpectedNeg(const BarrierState &b);
 
+// ---- Feasibility restoration (barrier_restore.cpp) ----
+void switchInitialize(MXL_context *ctx, BarrierState &b);
+void switchToRestorationCheck(MXL_context *ctx, BarrierState &b);
+void switchRestorationInit(MXL_context *ctx, BarrierState &b);
+void switchMainModeInit(MXL_context *ctx, BarrierState &b);
+bool switchToMainModeCheck(const BarrierState &b);
+int barTakeRestorationStep(MXL_context *ctx, BarrierState &b);
+int barrierRestorationEnd(const BarrierState &b);
+
 // ---- Quasi-Newton Hessians (barrier_qn.cpp) ----
 void barrierQNSetup(MXL_context *ctx, BarrierState &b);
 bool barrierUsesQN(const BarrierState &b);
@@ -336,6 +359,9 @@ void resetBndMultipliers(BarrierState &b);
 
 // ---- Line search and merit (barrier_linesearch.cpp) ----
 int barrierLineSearch(MXL_context *ctx, BarrierState &b);
+// The trial x + alpha d (and lambda + alpha dLambda) evaluated, slacks reset:
+// 0, 1 for an undefined point, or a negative code that ends the solve.
+int barrierEvaluateTrial(MXL_context *ctx, BarrierState &b);
 bool barrierWatchdogCheck(MXL_context *ctx, BarrierState &b);
 void barrierWatchdogStore(BarrierState &b);
 void barrierWatchdogRestore(BarrierState &b);

@@ -115,9 +115,11 @@ bool barNoiseAccept(const BarrierState &b, double meritX, double meritTrial) {
 
 // Evaluates the trial point of the current alpha. Returns 0, 1 for an
 // undefined point, or a negative code that ends the solve.
+}  // namespace
+
 // Variables whose bounds are honoured (honorbnds 1) are never handed to
 // the callbacks outside their bounds: such a trial counts as undefined.
-bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState &b, const double *xs) {
+static bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState &b, const double *xs) {
   const std::vector<int> &flag = ctx->var.honorBnds.v;
   if (flag.size() < static_cast<size_t>(b.n)) return false;
   for (int j = 0; j < b.n; ++j) {
@@ -129,7 +131,7 @@ bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState &b, con
   return false;
 }
 
-int barEvaluateTrial(MXL_context *ctx, BarrierState &b) {
+int barrierEvaluateTrial(MXL_context *ctx, BarrierState &b) {
   updateIterate(b, b.x.data(), b.d.data(), b.alpha, b.xTrial.data());
   if (ctx->resolvedHonorbnds != 0 && barOutsideHonouredBounds(ctx, b, b.xTrial.data())) return 1;
   for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + b.alpha * b.dLambda[r];
@@ -142,6 +144,8 @@ int barEvaluateTrial(MXL_context *ctx, BarrierState &b) {
   b.cNormTrial = norm2(b.mFull, b.cTrial.data());
   return 0;
 }
+
+namespace {
 
 // The minimiser of the cubic through M(0) with slope g0 and the last two
 // trials, kept within [0.1, 0.5] of the last fraction.
@@ -226,7 +230,7 @@ int barrierComputeSOC(MXL_context *ctx, BarrierState &b) {
   barrierStepLengths(b, b.d.data(), dl.data(), b.rho, &aP, &aD);
   if (aP < 1.0)
     for (double &v : b.d) v *= aP;
-  return barEvaluateTrial(ctx, b);
+  return barrierEvaluateTrial(ctx, b);
 }
 
 namespace {
@@ -263,7 +267,7 @@ int barSearchRun(MXL_context *ctx, BarrierState &b, bool forced) {
     if (trial == 0) s.pred0 = b.pred;
     if (!b.stepUsable && w.state == 0) return 0;  // not a descent direction for the merit function
     const double meritX = b.phi + b.nuUsed * b.cNorm;
-    int ev = barEvaluateTrial(ctx, b);
+    int ev = barrierEvaluateTrial(ctx, b);
     if (ev < 0) return ev;
     bool accepted = ev == 0 && barTrialAccepted(ctx, b, meritX);
     double meritTrial = ev == 0 ? b.phiTrial + b.nuUsed * b.cNormTrial : 1e300;
@@ -302,7 +306,7 @@ int barWolfeSearch(MXL_context *ctx, BarrierState &b) {
   b.stepOutcome = BAR_STEP_REJECTED;
   for (int trial = 0; trial <= s.maxTrials; ++trial) {
     compute_nu_pred(ctx, b, s);
-    const int ev = barEvaluateTrial(ctx, b);
+    const int ev = barrierEvaluateTrial(ctx, b);
     if (ev < 0) return ev;
     const int w = ev == 0 ? barWolfeTest(ctx, b, s) : 0;
     if (w < 0) return w;

@@ -121,6 +121,7 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
   b.lastStepAlphas[0] = b.alphaMaxPrimal;
   barrierUpdateTRaccept(b);
   barrierWatchdogAdvance(b, true);
+  ++b.resto.mainIters;
   b.rejections = 0;
   if (ctx->resolvedAlgorithm == 2) b.cg.freeNormalStep = true;
   b.cg.factoredHere = false;
@@ -164,6 +165,7 @@ int barTakeDirectStep(MXL_context *ctx, BarrierState &b) {
     b.stepNorm = norm2(b.nFull, b.d.data());
     const int rc = barrierLineSearch(ctx, b);
     if (rc != 0) return rc;
+    switchToRestorationCheck(ctx, b);
     if (b.stepOutcome == BAR_STEP_ACCEPTED) return barAcceptStep(ctx, b);
     if (b.correctorsUsed == 0 || b.noCorrectors) break;
     b.noCorrectors = true;
@@ -188,6 +190,7 @@ int barTakeCGStep(MXL_context *ctx, BarrierState &b) {
   const int rc = barrierLineSearch(ctx, b);
   if (rc != 0) return rc;
   barPrintCGRow(ctx, b);
+  switchToRestorationCheck(ctx, b);
   if (b.stepOutcome == BAR_STEP_ACCEPTED) return barAcceptStep(ctx, b);
   b.stepOutcome = BAR_STEP_REJECTED;
   barRejectStep(ctx, b);
@@ -203,8 +206,32 @@ int barTakeStep(MXL_context *ctx, BarrierState &b) {
     const int rc = barrierComputeH(ctx, b, 3);
     if (rc != 0) return rc;
   }
+  if (b.resto.phase == 3) return barTakeRestorationStep(ctx, b);
   if (ctx->resolvedAlgorithm == 2 || rejected) return barTakeCGStep(ctx, b);
   return barTakeDirectStep(ctx, b);
+}
+
+void barUpdateFeasErr(MXL_context *ctx, BarrierState &b) {
+  presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
+  presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
+  b.feasErr = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
+  b.feasibleNow = b.feasErr <= b.tolFeas;
+}
+
+// After an accepted restoration step: the model's infeasibility decides
+// whether the main mode takes over again.
+void barRestorationProgress(MXL_context *ctx, BarrierState &b) {
+  barUpdateFeasErr(ctx, b);
+  if (switchToMainModeCheck(b)) switchMainModeInit(ctx, b);
+}
+
+// The stall was seen before the step: a step that was accepted may have
+// reached a feasible point after all.
+void barRestorationEnter(MXL_context *ctx, BarrierState &b) {
+  b.resto.wantSwitch = false;
+  if (b.stepOutcome == BAR_STEP_ACCEPTED) barUpdateFeasErr(ctx, b);
+  if (b.feasErr > 1e-4 || (b.feasErr > 1e-8 && !b.feasibleNow)) switchRestorationInit(ctx, b);
+  else b.resto.stallCount = 0;
 }
 
 void barInitializeSub(MXL_context *ctx, BarrierState &b) {
@@ -227,6 +254,7 @@ int barrierInitialize(MXL_context *ctx) {
   barrierAllocate(b);
   initvals(ctx, b);
   barResolveRules(ctx, b);
+  switchInitialize(ctx, b);
   initmutol(ctx, b);
   b.rho = 0.995;
   if (const int rc = barStartValues(ctx, b)) return rc;
@@ -377,6 +405,7 @@ void barrierMain(MXL_context *ctx) {
     }
     if (ends) break;
     retest = false;
+    if (b.needMuUpdate && b.resto.phase == 3) b.needMuUpdate = false;
     if (b.needMuUpdate) {
       updatemutol(ctx, b);
       barrierUpdateFG(b);
@@ -392,6 +421,8 @@ void barrierMain(MXL_context *ctx) {
       b.barStatus = st;
       break;
     }
+    if (b.resto.wantSwitch) barRestorationEnter(ctx, b);
+    else if (b.resto.phase == 3 && b.stepOutcome == BAR_STEP_ACCEPTED) barRestorationProgress(ctx, b);
     if (b.rejections > 50) {
       b.barStatus = b.feasibleNow ? MX_RC_FEAS_NO_IMPROVE : MX_RC_INFEAS_NO_IMPROVE;
       break;

@@ -201,7 +201,12 @@ bool barInfeasibleStationary(BarrierState &b) {
   double wmax = 0.0;
   for (int r = 0; r < b.mFull; ++r) wmax = std::max(wmax, std::fabs(b.c[r]));
   const bool stationary = normInf(b.nFull, g.data()) < 1e-6 * (1.0 + wmax) * std::max(1.0, wmax);
-  const bool small = b.alpha * b.stepNorm < 1e-6 * (1.0 + b.xNorm);
+  // The step in absolute terms: slacks that shrink towards a violated
+  // bound keep a large relative step while the point stands still.
+  double step = 0.0;
+  for (int i = 0; i < b.nX; ++i) step += b.d[i] * b.d[i];
+  for (int j = 0; j < b.nSlacks; ++j) step += std::pow(b.x[b.nX + j] * b.d[b.nX + j], 2);
+  const bool small = b.alpha * std::sqrt(step) < 1e-6 * (1.0 + b.xNorm);
   b.infeasStationary = stationary && small ? b.infeasStationary + 1 : 0;
   return b.infeasStationary >= 2;
 }
@@ -209,6 +214,7 @@ bool barInfeasibleStationary(BarrierState &b) {
 int barLimitStatus(MXL_context *ctx, BarrierState &b) {
   const bool feas = b.feasibleNow;
   if (!feas && barInfeasibleStationary(b)) return MX_RC_INFEASIBLE;
+  if (!feas && b.resto.phase == 3 && b.resto.stalled) return barrierRestorationEnd(b);
   const int stallLimit = ctx->opt.infeastol_iters;
   if (!feas && stallLimit > 0 && b.infeasStall >= stallLimit) return MX_RC_INFEAS_NO_IMPROVE;
   if (feas && b.stepOutcome == BAR_STEP_ACCEPTED && b.fTilde < -ctx->opt.objrange) return -300;

@@ -42,6 +42,7 @@ void mxFinishSolve(MXL_context *ctx, int code, int printStats) {
   info.fstopval = ctx->opt.fstopval;
   info.algorithm = ctx->opt.algorithm;
   info.xtolIters = d.xtolIters;
+  info.convex = d.cls.convexity;
   MxSolveStats s;
   s.objective = d.objValue;
   s.absFeasError = d.absFeasError;

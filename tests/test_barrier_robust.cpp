@@ -240,4 +240,56 @@ TEST(BarrierRobust, EveryLineSearchFollowsACurvedValley) {
   }
 }
 
+// {x1^2 + x2^2 <= 1, x1 + x2 >= 3}: no point satisfies both. The steps of
+// the main mode crawl, restoration takes over and finds ||c||^2 stationary.
+void buildInfeasibleDisc(Solve &r) {
+  ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_cons(r.kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 0, 0, 0, 1.0), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 0, 1, 1, 1.0), 0);
+  ASSERT_EQ(MX_set_con_upbnd(r.kc, 0, 1.0), 0);
+  ASSERT_EQ(MX_add_con_linear_term(r.kc, 1, 0, 1.0), 0);
+  ASSERT_EQ(MX_add_con_linear_term(r.kc, 1, 1, 1.0), 0);
+  ASSERT_EQ(MX_set_con_lobnd(r.kc, 1, 3.0), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(r.kc, 0, 1.0), 0);
+}
+
+// x1^2 + x2^2 >= 4 inside the box [-1, 1]^2 from (0.3, 0.2): locally (and
+// globally) infeasible, and not convex.
+void buildInfeasibleRing(Solve &r) {
+  ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
+  const int idx[2] = {0, 1};
+  const double lo[2] = {-1.0, -1.0}, up[2] = {1.0, 1.0}, x0[2] = {0.3, 0.2};
+  ASSERT_EQ(MX_set_var_lobnds(r.kc, 2, idx, lo), 0);
+  ASSERT_EQ(MX_set_var_upbnds(r.kc, 2, idx, up), 0);
+  ASSERT_EQ(MX_set_var_primal_init_values(r.kc, 2, idx, x0), 0);
+  ASSERT_EQ(MX_add_cons(r.kc, 1, nullptr), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 0, 0, 0, 1.0), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 0, 1, 1, 1.0), 0);
+  ASSERT_EQ(MX_set_con_lobnd(r.kc, 0, 4.0), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(r.kc, 0, 1.0), 0);
+}
+
+TEST(BarrierRobust, InfeasibleModelsAreDetected) {
+  {
+    Solve r(1);
+    buildInfeasibleDisc(r);
+    ASSERT_EQ(MX_set_int_param_by_name(r.kc, "convex", 1), 0);
+    ASSERT_EQ(MX_set_int_param_by_name(r.kc, "outlev", 2), 0);
+    ASSERT_EQ(MX_set_int_param_by_name(r.kc, "debug", 1), 0);
+    EXPECT_EQ(MX_solve(r.kc), MX_RC_INFEASIBLE);
+    EXPECT_NE(r.log.find("Switching to feasibility restoration...\n"), std::string::npos);
+    EXPECT_NE(r.log.find("EXIT: Convergence to an infeasible point. The problem is determined\n"
+                         "      to be infeasible.\n"),
+              std::string::npos)
+        << r.log.substr(r.log.size() > 3000 ? r.log.size() - 3000 : 0);
+  }
+  for (int alg : {1, 2}) {
+    Solve r(alg);
+    buildInfeasibleRing(r);
+    const int rc = MX_solve(r.kc);
+    EXPECT_TRUE(rc == MX_RC_INFEASIBLE || rc == MX_RC_INFEAS_NO_IMPROVE) << "algorithm " << alg << ": " << rc;
+  }
+}
+
 }  // namespace
