@@ -101,8 +101,10 @@ struct BarRestore {
   bool wantSwitch = false;
   double feasErrStart = 0.0, cNormStart = 0.0, deltaSaved = 1.0;
   double cNormHistory[5] = {0, 0, 0, 0, 0};  // ||c|| after the last accepted steps
-  int noProgress = 0;
-  bool stalled = false;     // the leg cannot reduce ||c|| any further
+  int noProgress = 0, stalledLegs = 0;
+  double cNormStalled = 0.0;
+  bool handBack = false;    // the leg stalled: back to the main mode
+  bool stalled = false;     // legs keep stalling at the same violation
 };
 
 struct BarrierState {
@@ -296,6 +298,7 @@ void switchMainModeInit(MXL_context *ctx, BarrierState &b);
 bool switchToMainModeCheck(const BarrierState &b);
 int barTakeRestorationStep(MXL_context *ctx, BarrierState &b);
 int barrierRestorationEnd(const BarrierState &b);
+double barrierInfeasibilityGradient(const BarrierState &b);
 
 // ---- Quasi-Newton Hessians (barrier_qn.cpp) ----
 void barrierQNSetup(MXL_context *ctx, BarrierState &b);

@@ -144,19 +144,31 @@ void normalStepFree(MXL_context *ctx, BarrierState &b) {
   barNormalFinish(b);
 }
 
+// ||c + A v|| of a candidate normal step.
+double barLinearResidual(BarrierState &b, const std::vector<double> &v) {
+  barrierJacTimes(b, b.x.data(), v.data(), b.cg.workRows.data());
+  for (int r = 0; r < b.mFull; ++r) b.cg.workRows[r] += b.c[r];
+  return norm2(b.mFull, b.cg.workRows.data());
+}
+
 // The dogleg kept inside the radius and, at half the fraction to the
-// boundary, inside the slack bounds.
+// boundary, inside the slack bounds. When a slack blocks the Cauchy leg,
+// the Newton point cut to the same limits may still reduce the rows more:
+// the better of the two (by ||c + A n||) is taken.
 void normalStepRestricted(MXL_context *ctx, BarrierState &b) {
   BarCG &cg = b.cg;
   std::fill(cg.normal.begin(), cg.normal.end(), 0.0);
   std::vector<double> nC(b.nFull), nN(b.nFull);
   if (b.mFull > 0 && barNormalPoints(ctx, b, nC, nN)) {
     const double bound = 0.8 * b.delta, tauN = 0.5 * b.rho;
-    // The Cauchy leg: radius and slack limits.
     double uC = std::min(1.0, bound / std::max(norm2(b.nFull, nC.data()), 1e-300));
     uC = std::min(uC, barSlackFraction(b, nC.data(), tauN));
     if (uC < 1.0) {
-      for (int i = 0; i < b.nFull; ++i) cg.normal[i] = uC * nC[i];
+      double uN = std::min(1.0, bound / std::max(norm2(b.nFull, nN.data()), 1e-300));
+      uN = std::min(uN, barSlackFraction(b, nN.data(), tauN));
+      for (double &v : nC) v *= uC;
+      for (double &v : nN) v *= uN;
+      cg.normal = barLinearResidual(b, nN) < barLinearResidual(b, nC) ? nN : nC;
     } else {
       // The Newton leg from the Cauchy point.
       for (int i = 0; i < b.nFull; ++i) nN[i] -= nC[i];

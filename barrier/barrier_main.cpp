@@ -225,6 +225,12 @@ void barRestorationProgress(MXL_context *ctx, BarrierState &b) {
   if (switchToMainModeCheck(b)) switchMainModeInit(ctx, b);
 }
 
+void barRestorationHandBack(MXL_context *ctx, BarrierState &b) {
+  b.resto.handBack = false;
+  barUpdateFeasErr(ctx, b);
+  switchMainModeInit(ctx, b);
+}
+
 // The stall was seen before the step: a step that was accepted may have
 // reached a feasible point after all.
 void barRestorationEnter(MXL_context *ctx, BarrierState &b) {
@@ -422,6 +428,7 @@ void barrierMain(MXL_context *ctx) {
       break;
     }
     if (b.resto.wantSwitch) barRestorationEnter(ctx, b);
+    else if (b.resto.phase == 3 && b.resto.handBack) barRestorationHandBack(ctx, b);
     else if (b.resto.phase == 3 && b.stepOutcome == BAR_STEP_ACCEPTED) barRestorationProgress(ctx, b);
     if (b.rejections > 50) {
       b.barStatus = b.feasibleNow ? MX_RC_FEAS_NO_IMPROVE : MX_RC_INFEAS_NO_IMPROVE;

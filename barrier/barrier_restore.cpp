@@ -118,7 +118,16 @@ int resAccept(MXL_context *ctx, BarrierState &b) {
 void barRestorationStall(BarrierState &b, double cNext) {
   BarRestore &r = b.resto;
   r.noProgress = r.legIters >= 2 && cNext > 0.999999 * b.cNorm ? r.noProgress + 1 : 0;
-  r.stalled = r.noProgress >= 5;
+  if (r.noProgress < 5) return;
+  // A stalled leg first hands back to the main mode; only when the legs
+  // keep stalling at the same violation is the point taken as a minimiser
+  // of the infeasibility.
+  r.noProgress = 0;
+  const bool same = r.stalledLegs > 0 && std::fabs(b.cNorm - r.cNormStalled) <= 0.01 * r.cNormStalled;
+  r.stalledLegs = same ? r.stalledLegs + 1 : 1;
+  r.cNormStalled = b.cNorm;
+  r.stalled = r.stalledLegs >= 3;
+  if (!r.stalled) r.handBack = true;
 }
 
 }  // namespace
@@ -129,9 +138,7 @@ void barRestorationStall(BarrierState &b, double cNext) {
 // rows a point of large violation with so small a gradient proves that
 // the violation cannot vanish.
 int barrierRestorationEnd(const BarrierState &b) {
-  std::vector<double> g(b.nFull);
-  barrierJacTransTimes(b, b.x.data(), b.c.data(), g.data());
-  return normInf(b.nFull, g.data()) <= 1e-3 * std::max(1.0, b.cNorm) ? -200 : -202;
+  return barrierInfeasibilityGradient(b) <= 1e-3 * std::max(1.0, b.cNorm) ? -200 : -202;
 }
 
 // One restoration step. Returns 0 or a negative code that ends the solve.

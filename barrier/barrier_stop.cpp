@@ -192,15 +192,31 @@ void barStallCounters(MXL_context *ctx, BarrierState &b) {
   b.feasErrPrevStall = b.feasErr;
 }
 
+}  // namespace
+
+// The gradient of ||c||^2 / 2 projected on the slack bounds, in absolute
+// terms: a slack may always grow, so a row that a larger slack would
+// satisfy is never stationary however small its slack is.
+double barrierInfeasibilityGradient(const BarrierState &b) {
+  std::vector<double> g(b.nFull);
+  barrierJacTransTimes(b, b.x.data(), b.c.data(), g.data());
+  double worst = normInf(b.nX, g.data());
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const double cr = b.c[b.slackRow[j]], s = b.x[b.nX + j];
+    worst = std::max(worst, cr > 0.0 ? cr : -cr * std::min(1.0, s));
+  }
+  return worst;
+}
+
+namespace {
+
 // Local infeasibility: the rows' residual is stationary for ||c||^2 while
 // the steps vanish.
 bool barInfeasibleStationary(BarrierState &b) {
   if (b.feasibleNow || b.cNorm <= 1e-6 || b.iterCount == 0) return false;
-  std::vector<double> &g = b.workFull;
-  barrierJacTransTimes(b, b.x.data(), b.c.data(), g.data());
   double wmax = 0.0;
   for (int r = 0; r < b.mFull; ++r) wmax = std::max(wmax, std::fabs(b.c[r]));
-  const bool stationary = normInf(b.nFull, g.data()) < 1e-6 * (1.0 + wmax) * std::max(1.0, wmax);
+  const bool stationary = barrierInfeasibilityGradient(b) < 1e-6 * (1.0 + wmax) * std::max(1.0, wmax);
   // The step in absolute terms: slacks that shrink towards a violated
   // bound keep a large relative step while the point stands still.
   double step = 0.0;
