@@ -12,27 +12,13 @@
 #include <cmath>
 
 #include "barrier/barrier.h"
+#include "barrier/barrier_pattern.h"
 #include "driver/print.h"
 #include "interface/context.h"
 
 namespace {
 
-struct AugEntry {
-  int64_t key, id;
-};
-
-struct AugBuilder {
-  std::vector<AugEntry> entries;
-  int dim = 0;
-  int64_t next = 0;
-  int64_t add(int i, int j) {
-    if (i < j) std::swap(i, j);
-    entries.push_back({static_cast<int64_t>(i) * dim + j, next});
-    return next++;
-  }
-};
-
-void augPattern(const BarrierState &b, BarAUG &a, AugBuilder &pb) {
+void augPattern(const BarrierState &b, BarAUG &a, BarPatternBuilder &pb) {
   pb.dim = a.dim;
   a.diagPos.resize(a.dim);
   for (int i = 0; i < a.dim; ++i) a.diagPos[i] = pb.add(i, i);
@@ -54,24 +40,9 @@ void augPattern(const BarrierState &b, BarAUG &a, AugBuilder &pb) {
   }
 }
 
-void augCompress(BarAUG &a, AugBuilder &pb) {
-  std::sort(pb.entries.begin(), pb.entries.end(), [](const AugEntry &u, const AugEntry &v) { return u.key < v.key; });
-  std::vector<int64_t> where(static_cast<size_t>(pb.next));
-  a.irn.clear();
-  a.jcn.clear();
-  int64_t last = -1;
-  for (const AugEntry &e : pb.entries) {
-    if (e.key != last) {
-      a.irn.push_back(static_cast<int>(e.key / a.dim));
-      a.jcn.push_back(static_cast<int>(e.key % a.dim));
-      last = e.key;
-    }
-    where[e.id] = static_cast<int64_t>(a.irn.size()) - 1;
-  }
-  for (int64_t &p : a.diagPos) p = where[p];
-  for (int64_t &p : a.jacPos) p = where[p];
-  for (int64_t &p : a.varRowPos)
-    if (p >= 0) p = where[p];
+void augCompress(BarAUG &a, BarPatternBuilder &pb) {
+  const std::vector<int64_t> where = pb.compress(a.irn, a.jcn);
+  for (auto *v : {&a.diagPos, &a.jacPos, &a.varRowPos}) barRemap(where, *v);
   a.val.assign(a.irn.size(), 0.0);
 }
 
@@ -124,7 +95,7 @@ int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   linRelease(a.sys);
   a.analysed = a.factored = false;
   a.dim = b.nX + b.mFull;
-  AugBuilder pb;
+  BarPatternBuilder pb;
   augPattern(b, a, pb);
   augCompress(a, pb);
   LinSettings s = linSettingsFromContext(ctx);

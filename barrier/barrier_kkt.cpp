@@ -15,36 +15,18 @@
 #include <numeric>
 
 #include "barrier/barrier.h"
+#include "barrier/barrier_pattern.h"
 #include "driver/debug_options.h"
 #include "driver/print.h"
 #include "interface/context.h"
 
 namespace {
 
-struct BarEntry {
-  int64_t key;  // row * dim + col, lower triangle
-  int64_t id;   // contribution number
-};
-
 bool barRowInMatrix(int form, const BarRow &row) {
   if (row.kind >= BAR_ROW_BOUND_LO) return form == 1;
   if (row.kind == BAR_ROW_INEQ_LO || row.kind == BAR_ROW_INEQ_UP) return form != 3;
   return true;
 }
-
-// Collects the coordinates of all contributions; returns them with ids that
-// index, in this order: Hessian entries, diagonals, Jacobian copies, rows on
-// variables, and (form 3) products of eliminated rows.
-struct BarPatternBuilder {
-  std::vector<BarEntry> entries;
-  int dim = 0;
-  int64_t next = 0;
-  int64_t add(int i, int j) {
-    if (i < j) std::swap(i, j);
-    entries.push_back({static_cast<int64_t>(i) * dim + j, next});
-    return next++;
-  }
-};
 
 void barKKTrows(BarrierState &b, BarKKT &k) {
   k.rowPos.assign(b.mFull, -1);
@@ -94,24 +76,8 @@ void barKKTpattern(BarrierState &b, BarKKT &k, BarPatternBuilder &pb) {
 
 // Merges equal coordinates and turns contribution ids into value positions.
 void barKKTcompress(BarKKT &k, BarPatternBuilder &pb) {
-  std::sort(pb.entries.begin(), pb.entries.end(),
-            [](const BarEntry &a, const BarEntry &c) { return a.key < c.key; });
-  std::vector<int64_t> where(static_cast<size_t>(pb.next));
-  k.irn.clear();
-  k.jcn.clear();
-  int64_t last = -1;
-  for (const BarEntry &e : pb.entries) {
-    if (e.key != last) {
-      k.irn.push_back(static_cast<int>(e.key / k.dim));
-      k.jcn.push_back(static_cast<int>(e.key % k.dim));
-      last = e.key;
-    }
-    where[e.id] = static_cast<int64_t>(k.irn.size()) - 1;
-  }
-  for (auto *v : {&k.hessPos, &k.diagPos, &k.jacPos, &k.ineqPos})
-    for (int64_t &p : *v) p = where[p];
-  for (int64_t &p : k.varRowPos)
-    if (p >= 0) p = where[p];
+  const std::vector<int64_t> where = pb.compress(k.irn, k.jcn);
+  for (auto *v : {&k.hessPos, &k.diagPos, &k.jacPos, &k.ineqPos, &k.varRowPos}) barRemap(where, *v);
   k.val.assign(k.irn.size(), 0.0);
 }
 

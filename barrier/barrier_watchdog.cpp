@@ -11,7 +11,19 @@
 
 namespace {
 
-void wdCopy(const std::vector<double> &from, std::vector<double> &to) { to.assign(from.begin(), from.end()); }
+// Applies f(iterate's vector, stored vector) to everything the watchdog keeps.
+template <class F>
+void wdPairs(BarrierState &b, BarWatchdog &w, F f) {
+  f(b.x, w.x);
+  f(b.lambda, w.lambda);
+  f(b.c, w.c);
+  f(b.cModel, w.cModel);
+  f(b.gModel, w.gModel);
+  f(b.jacVals, w.jacVals);
+  f(b.hessVals, w.hessVals);
+  f(b.d, w.d);
+  f(b.dLambda, w.dLambda);
+}
 
 }  // namespace
 
@@ -31,15 +43,7 @@ bool barrierWatchdogCheck(MXL_context *ctx, BarrierState &b) {
 
 void barrierWatchdogStore(BarrierState &b) {
   BarWatchdog &w = b.watchdog;
-  wdCopy(b.x, w.x);
-  wdCopy(b.lambda, w.lambda);
-  wdCopy(b.c, w.c);
-  wdCopy(b.cModel, w.cModel);
-  wdCopy(b.gModel, w.gModel);
-  wdCopy(b.jacVals, w.jacVals);
-  wdCopy(b.hessVals, w.hessVals);
-  wdCopy(b.d, w.d);
-  wdCopy(b.dLambda, w.dLambda);
+  wdPairs(b, w, [](std::vector<double> &it, std::vector<double> &kept) { kept.assign(it.begin(), it.end()); });
   w.fTilde = b.fTilde;
   w.phi = b.phi;
   w.cNorm = b.cNorm;
@@ -54,15 +58,7 @@ void barrierWatchdogStore(BarrierState &b) {
 // Back to the point where the watchdog started, with its step.
 void barrierWatchdogRestore(BarrierState &b) {
   BarWatchdog &w = b.watchdog;
-  wdCopy(w.x, b.x);
-  wdCopy(w.lambda, b.lambda);
-  wdCopy(w.c, b.c);
-  wdCopy(w.cModel, b.cModel);
-  wdCopy(w.gModel, b.gModel);
-  wdCopy(w.jacVals, b.jacVals);
-  wdCopy(w.hessVals, b.hessVals);
-  wdCopy(w.d, b.d);
-  wdCopy(w.dLambda, b.dLambda);
+  wdPairs(b, w, [](std::vector<double> &it, std::vector<double> &kept) { it.assign(kept.begin(), kept.end()); });
   b.fTilde = w.fTilde;
   b.delta = w.delta;
   b.nu = w.nu;
