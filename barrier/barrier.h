@@ -202,6 +202,8 @@ struct BarrierState {
   bool regKKTFlag = false;
   bool wantFormChange = false;
   int numPerturbations = 0, numFactorizations = 0;
+  double pertHMin = 0.0;     // smallest shift of a retried direct step
+  int directRetries = 0;     // direct steps retried at this point
   bool convexInertiaBad = false;
   bool dualRepair = false;      // the dual step needs the sign repair
   double lastSolveResidual = 0.0;

@@ -92,6 +92,8 @@ void augNullPivotTol(const BarrierState &b, BarAUG &a) {
 }  // namespace
 
 int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
+  a.regAUGLevel = 0;
+  a.regAUG = 0.0;
   linRelease(a.sys);
   a.analysed = a.factored = false;
   a.dim = b.nX + b.mFull;

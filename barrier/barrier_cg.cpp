@@ -311,6 +311,8 @@ void barrierInitializeCG(MXL_context *ctx, BarrierState &b) {
   for (auto *v : {&cg.An, &cg.workRows, &cg.lambdaLS}) v->assign(b.mFull, 0.0);
   cg.allocated = true;
   cg.freeNormalStep = ctx->resolvedAlgorithm == 2;
+  cg.projectionSuspect = cg.raisePivot = false;
+  cg.normalNormSq = 0.0;
   barrierAUGinit(ctx, b);
   if (ctx->opt.cg_precond == 1) barrierEqPrecAUGinit(ctx, b);
 }

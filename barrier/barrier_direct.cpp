@@ -58,14 +58,14 @@ int barMaxTries(MXL_context *ctx, const BarrierState &b) {
 }
 
 double barNextPert(const BarrierState &b, int t, double prev) {
-  if (t == 0) return 0.0;
+  if (t == 0) return b.pertHMin;
   double p;
   if (t == 1 && prev <= 0.0)
     p = b.pertHLast > 1e-15 ? std::max(1e-15, 0.4 * b.pertHLast) : 1e-4;
   else
     p = b.pertHLast > 1e-15 ? 8.0 * prev : 100.0 * prev;
   if (t == 1 && b.pertHReused && b.errCurrent < 0.001) p = std::max(std::min(p, b.errCurrent), 1e-15);
-  return std::min(p, 1e20);
+  return std::max(std::min(p, 1e20), b.pertHMin);
 }
 
 // Forms and factors until the inertia is right. Returns true on success.

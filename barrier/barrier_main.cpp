@@ -121,6 +121,8 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
   b.lastStepAlphas[0] = b.alphaMaxPrimal;
   barrierUpdateTRaccept(b);
   barrierWatchdogAdvance(b, true);
+  b.pertHMin = 0.0;
+  b.directRetries = 0;
   ++b.resto.mainIters;
   b.rejections = 0;
   if (ctx->resolvedAlgorithm == 2) b.cg.freeNormalStep = true;
@@ -207,7 +209,15 @@ int barTakeStep(MXL_context *ctx, BarrierState &b) {
     if (rc != 0) return rc;
   }
   if (b.resto.phase == 3) return barTakeRestorationStep(ctx, b);
-  if (ctx->resolvedAlgorithm == 2 || rejected) return barTakeCGStep(ctx, b);
+  if (ctx->resolvedAlgorithm == 2) return barTakeCGStep(ctx, b);
+  // A rejected direct step is retried twice with a larger Hessian shift,
+  // which turns it towards the gradient, before trust-region steps take
+  // over at this point.
+  if (rejected && b.directRetries >= 2) return barTakeCGStep(ctx, b);
+  if (rejected) {
+    ++b.directRetries;
+    b.pertHMin = std::max(1e-4, 10.0 * std::max(b.pertH, b.pertHMin));
+  }
   return barTakeDirectStep(ctx, b);
 }
 
@@ -337,6 +347,8 @@ void barResetInitPoint(MXL_context *ctx, BarrierState &b) {
   b.barStatus = 0;
   b.stepOutcome = BAR_STEP_ACCEPTED;
   b.xtolRun = b.ftolRun = b.infeasStall = b.infeasStationary = b.rejections = 0;
+  b.pertHMin = 0.0;
+  b.directRetries = 0;
   b.tinyStepDrops = b.tinyDirectSteps = 0;
   b.muFloorRef = 3e-16;
   b.safeguardMode = false;

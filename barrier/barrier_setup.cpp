@@ -149,7 +149,9 @@ void initvals(MXL_context *ctx, BarrierState &b) {
   b.kktHistory.clear();
   b.kktBest = 1e300;
   b.kktBestIter = 0;
-  b.pertH = b.pertHLast = 0.0;
+  b.pertH = b.pertHLast = b.pertHMin = 0.0;
+  b.directRetries = 0;
+  b.watchdog = BarWatchdog();
   b.regKKT = 0.0;
   b.regKKTLevel = b.singularCount = 0;
   b.regKKTFlag = false;
