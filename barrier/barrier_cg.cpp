@@ -346,15 +346,18 @@ void barCGMultipliers(MXL_context *ctx, BarrierState &b) {
 
 }  // namespace
 
-// Returns 0, or a negative code that ends the solve. On return d holds the
-// composite step and dLambda the multiplier step.
+// Returns 0, 1 when the projection system stays singular (no step), or a
+// negative code that ends the solve. On return d holds the composite step
+// and dLambda the multiplier step.
 int computeCGStep(MXL_context *ctx, BarrierState &b) {
   barrierInitializeCG(ctx, b);
   BarCG &cg = b.cg;
   b.directStepOk = false;
   b.deltaPrev = b.delta;
   if (!cg.factoredHere) {
-    if (barrierAUGfactor(ctx, b) != 0) return MX_RC_LINEAR_SOLVER_ERR;
+    const int st = barrierAUGfactor(ctx, b);
+    if (st == LIN_ERR_SINGULAR) return 1;
+    if (st != 0) return MX_RC_LINEAR_SOLVER_ERR;
     if (ctx->opt.cg_precond == 1) formAndFactorPrecond(ctx, b);
     cg.factoredHere = true;
   }

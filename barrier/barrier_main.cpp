@@ -186,8 +186,18 @@ void barPrintCGRow(MXL_context *ctx, const BarrierState &b) {
              b.stepOutcome == BAR_STEP_ACCEPTED ? "accepted" : "rejected");
 }
 
+// No trust-region step exists when the projection system stays singular
+// however it is regularised: the point cannot be improved.
+int barNoStep(MXL_context *ctx, BarrierState &b) {
+  if (ctx->opt.debug > 0) mxl_printf(ctx, "No step: the projection system stays singular.\n");
+  b.stepOutcome = BAR_STEP_REJECTED;
+  b.rejections = std::max(b.rejections, 50);
+  barRejectStep(ctx, b);
+  return 0;
+}
+
 int barTakeCGStep(MXL_context *ctx, BarrierState &b) {
-  if (const int rc = computeCGStep(ctx, b)) return rc;
+  if (const int rc = computeCGStep(ctx, b)) return rc == 1 ? barNoStep(ctx, b) : rc;
   b.stepNorm = norm2(b.nFull, b.d.data());
   const int rc = barrierLineSearch(ctx, b);
   if (rc != 0) return rc;
@@ -208,7 +218,10 @@ int barTakeStep(MXL_context *ctx, BarrierState &b) {
     const int rc = barrierComputeH(ctx, b, 3);
     if (rc != 0) return rc;
   }
-  if (b.resto.phase == 3) return barTakeRestorationStep(ctx, b);
+  if (b.resto.phase == 3) {
+    const int rc = barTakeRestorationStep(ctx, b);
+    return rc == 1 ? barNoStep(ctx, b) : rc;
+  }
   if (ctx->resolvedAlgorithm == 2) return barTakeCGStep(ctx, b);
   // A rejected direct step is retried twice with a larger Hessian shift,
   // which turns it towards the gradient, before trust-region steps take

@@ -141,12 +141,15 @@ int barrierRestorationEnd(const BarrierState &b) {
   return barrierInfeasibilityGradient(b) <= 1e-3 * std::max(1.0, b.cNorm) ? -200 : -202;
 }
 
-// One restoration step. Returns 0 or a negative code that ends the solve.
+// One restoration step. Returns 0, 1 when the projection system stays
+// singular, or a negative code that ends the solve.
 int barTakeRestorationStep(MXL_context *ctx, BarrierState &b) {
   barrierInitializeCG(ctx, b);
   BarCG &cg = b.cg;
   if (!cg.factoredHere) {
-    if (barrierAUGfactor(ctx, b) != 0) return MX_RC_LINEAR_SOLVER_ERR;
+    const int st = barrierAUGfactor(ctx, b);
+    if (st == LIN_ERR_SINGULAR) return 1;
+    if (st != 0) return MX_RC_LINEAR_SOLVER_ERR;
     cg.factoredHere = true;
   }
   normalStepRestricted(ctx, b);
