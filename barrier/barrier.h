@@ -291,6 +291,8 @@ int barrierKKTsolve(MXL_context *ctx, BarrierState &b, const double *rhsX, const
 void barrierKKTswitchForm(MXL_context *ctx, BarrierState &b, int form);
 void barrierKKTfree(BarrierState &b);
 int barrierExpectedNeg(const BarrierState &b);
+// The engine for a system of this dimension (linsolver, debug options).
+LinEngineKind barrierEngineFor(MXL_context *ctx, int dim);
 
 // ---- Feasibility restoration (barrier_restore.cpp) ----
 void switchInitialize(MXL_context *ctx, BarrierState &b);

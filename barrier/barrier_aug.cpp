@@ -104,9 +104,7 @@ int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   s.maxRefine = 0;
   s.nullPivotTol = 1e-14;
   a.pivotTol = s.pivotTol;
-  int engine = ctx->resolvedLinsolver == 2 ? 5 : ctx->resolvedLinsolver;
-  LinEngineKind kind = LIN_ENGINE_DENSE;
-  linEngineForSystem(ctx, engine, a.dim, &kind);
+  const LinEngineKind kind = barrierEngineFor(ctx, a.dim);
   const int st = linAnalyze(a.sys, kind, s, a.dim, static_cast<nnzint>(a.irn.size()), a.irn.data(), a.jcn.data());
   if (st != LIN_OK) mxl_printf(ctx, "*** AUG analyze failed with status %d (barrierAUGfactor)\n", st);
   a.analysed = st == LIN_OK;

@@ -98,6 +98,19 @@ inline double barRowD(const BarrierState &b, int r) {
 
 int barrierExpectedNeg(const BarrierState &b) { return b.kkt.nRowsIn; }
 
+LinEngineKind barrierEngineFor(MXL_context *ctx, int dim) {
+  int engine = ctx->resolvedLinsolver;
+  if (engine == 2) engine = 5;
+  LinEngineKind kind = LIN_ENGINE_DENSE;
+  linEngineForSystem(ctx, engine, dim, &kind);
+  // The debug options file may move the switch between the dense and the
+  // sparse engine ({"linsolver": {"dense_max_rows": N}}), to run small
+  // models through the sparse engine.
+  const int denseMax = getDebugOptionIntValue2(ctx->drv.debugOptions, "linsolver", "dense_max_rows", -1);
+  if (denseMax >= 0 && engine != 3) kind = dim <= denseMax ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
+  return kind;
+}
+
 void barrierKKTfree(BarrierState &b) {
   linRelease(b.kkt.sys);
   b.kkt.analysed = b.kkt.factored = false;
@@ -116,15 +129,7 @@ void barrierKKTinit(MXL_context *ctx, BarrierState &b, int form) {
   // The rows carry a deliberate diagonal of regKKT (down to 1e-15): only
   // pivots at rounding level count as null.
   s.nullPivotTol = 1e-14;
-  int engine = ctx->resolvedLinsolver;
-  if (engine == 2) engine = 5;
-  LinEngineKind kind = LIN_ENGINE_DENSE;
-  linEngineForSystem(ctx, engine, k.dim, &kind);
-  // The debug options file may move the switch between the dense and the
-  // sparse engine ({"linsolver": {"dense_max_rows": N}}), to run small
-  // models through the sparse engine.
-  const int denseMax = getDebugOptionIntValue2(ctx->drv.debugOptions, "linsolver", "dense_max_rows", -1);
-  if (denseMax >= 0 && engine != 3) kind = k.dim <= denseMax ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
+  const LinEngineKind kind = barrierEngineFor(ctx, k.dim);
   b.engineKind = kind;
   const int st = linAnalyze(k.sys, kind, s, k.dim, static_cast<nnzint>(k.irn.size()), k.irn.data(), k.jcn.data());
   if (st != LIN_OK) mxl_printf(ctx, "*** KKT analyze failed with status %d (barrierKKTfactor))\n", st);
