@@ -203,6 +203,7 @@ struct BarrierState {
   bool wantFormChange = false;
   int numPerturbations = 0, numFactorizations = 0;
   double pertHMin = 0.0;     // smallest shift of a retried direct step
+  double guardLambda = 0.0;  // largest multiplier seen at a feasible point
   int directRetries = 0;     // direct steps retried at this point
   bool convexInertiaBad = false;
   bool dualRepair = false;      // the dual step needs the sign repair

@@ -226,6 +226,14 @@ void barCapRegularizedMultipliers(BarrierState &b) {
   }
 }
 
+// A shift large enough to give the right inertia can leave a step below
+// rounding: taking it only stalls the solve, where the trust-region step
+// still moves.
+bool barShiftSwampsStep(const BarrierState &b) {
+  if (b.pertH < 1e8) return false;
+  return norm2(b.nX, b.d.data()) <= 1e-10 * (1.0 + b.xNorm);
+}
+
 }  // namespace
 
 void computeDirectStep(MXL_context *ctx, BarrierState &b) {
@@ -241,7 +249,7 @@ void computeDirectStep(MXL_context *ctx, BarrierState &b) {
   }
   b.probing = b.murule >= 3 && b.murule <= 7 && !b.safeguardMode && b.nSlacks > 0;
   int st = b.probing ? barProbingStep(ctx, b) : barNewtonStep(ctx, b, b.mu, b.d.data(), b.dLambda.data());
-  if (st != 0 || !barStepDefined(ctx, b)) {
+  if (st != 0 || !barStepDefined(ctx, b) || barShiftSwampsStep(b)) {
     b.directResult = BAR_REJ_INERT;
     return;
   }

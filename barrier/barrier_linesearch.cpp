@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "barrier/barrier.h"
+#include "driver/error_measures.h"
 #include "driver/print.h"
 #include "interface/context.h"
 #include "interface/evaluation.h"
@@ -235,12 +236,67 @@ int barrierComputeSOC(MXL_context *ctx, BarrierState &b) {
 
 namespace {
 
+// The largest model infeasibility a trial may reach from a point that is
+// nearly feasible; infinity when no limit applies.
+double barTrialFeasLimit(const BarrierState &b) {
+  double lim = 1.7976931348623157e308;
+  if (b.feasErr0 < 0.001) lim = std::min(lim, std::max(1e5 * b.feasErr0, 1.0));
+  if (b.feasErr < 0.001) lim = std::min(lim, std::max(1e5 * b.feasErr, 0.001));
+  if (b.resto.switches > 0) lim = std::min(lim, std::max(1000.0 * b.feasErr, 0.001));
+  return lim;
+}
+
+double barTrialFeasErr(MXL_context *ctx, BarrierState &b) {
+  presolveXPreToApp(ctx, b.xTrial.data(), b.xApp.data());
+  presolveCPreToApp(ctx, b.cModelTrial.data(), b.cApp.data());
+  const double feasTrial = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
+  // xApp/cApp describe the current point elsewhere: put them back.
+  presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
+  presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
+  return feasTrial;
+}
+
+// Inequality multipliers a million times the gradient mark a row that has
+// lost its constraint qualification, like a cusp. No merit penalty is high
+// enough there: the violation of such a row grows slower than the step
+// across it, and the iterates would settle on a false stationary point
+// outside the region, violating the row within the tolerance but with the
+// objective visibly off. From a feasible point no step may add to the
+// violation then. The largest multiplier seen so far counts, as the
+// estimates of degenerate rows swing by orders of magnitude.
+bool barTrialCrossesDegenerateRow(MXL_context *ctx, BarrierState &b) {
+  if (!b.feasibleNow) return false;
+  double &lamMax = b.guardLambda;
+  for (int j = 0; j < b.nSlacks; ++j) lamMax = std::max(lamMax, std::fabs(b.lambda[b.slackRow[j]]));
+  const bool degenerate = lamMax > 1e6 * std::max(1.0, normInf(b.n, b.gModel.data()));
+  return degenerate && barTrialFeasErr(ctx, b) > b.feasErr;
+}
+
+// Under the flexible rule a small penalty can accept a step that throws a
+// nearly feasible point far from the constraints, the objective gain
+// paying for it: for such a trial the lower end of the interval rises so
+// that the constraint term decides.
+bool barTrialLeavesFeasibleRegion(MXL_context *ctx, BarrierState &b) {
+  if (b.aredCons >= 0.0) return false;
+  const double lim = barTrialFeasLimit(b);
+  if (lim >= 1.7976931348623157e308 || barTrialFeasErr(ctx, b) <= lim) return false;
+  const double needed = (1e-8 * b.pred - b.aredObj) / b.aredCons;
+  if (b.nuLow >= needed) return false;
+  b.nuLow = std::min({2.0 * needed, 1e5 * std::max(b.nuLow, kEps), 1e16});
+  b.nuHigh = std::max(b.nuHigh, b.nuLow);
+  // The trial is judged again with the raised weight.
+  const double pred = std::max(b.nuLow * b.linPred + b.objPred, kEps);
+  return barRatio(b, b.aredObj + b.nuLow * b.aredCons, pred) < 1e-8;
+}
+
 // Acceptance of the evaluated trial (ev 0) by the merit function or the
 // noise rule.
 bool barTrialAccepted(MXL_context *ctx, BarrierState &b, double meritX) {
   const double meritTrial = b.phiTrial + b.nuUsed * b.cNormTrial;
   meritComputeRatio(ctx, b);
-  if (b.ratio >= 1e-8 || (ctx->drv.resolvedPenaltyRule == 2 && b.ratioHigh >= 1e-8)) return true;
+  if (barTrialCrossesDegenerateRow(ctx, b)) return false;
+  if (b.ratio >= 1e-8 || (ctx->drv.resolvedPenaltyRule == 2 && b.ratioHigh >= 1e-8))
+    return ctx->drv.resolvedPenaltyRule != 2 || !barTrialLeavesFeasibleRegion(ctx, b);
   if (barNoiseAccept(b, meritX, meritTrial)) {
     ++b.noiseAccepts;
     return true;

@@ -361,6 +361,7 @@ void barResetInitPoint(MXL_context *ctx, BarrierState &b) {
   b.stepOutcome = BAR_STEP_ACCEPTED;
   b.xtolRun = b.ftolRun = b.infeasStall = b.infeasStationary = b.rejections = 0;
   b.pertHMin = 0.0;
+  b.guardLambda = 0.0;
   b.directRetries = 0;
   b.tinyStepDrops = b.tinyDirectSteps = 0;
   b.muFloorRef = 3e-16;

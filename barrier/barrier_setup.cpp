@@ -150,6 +150,7 @@ void initvals(MXL_context *ctx, BarrierState &b) {
   b.kktBest = 1e300;
   b.kktBestIter = 0;
   b.pertH = b.pertHLast = b.pertHMin = 0.0;
+  b.guardLambda = 0.0;
   b.directRetries = 0;
   b.watchdog = BarWatchdog();
   b.regKKT = 0.0;
