@@ -144,6 +144,7 @@ struct BarrierState {
   std::vector<double> hessVals;              // nnzH
   std::vector<double> lambdaUser;            // m + n, model convention
   std::vector<double> lambdaApp, xApp, cApp, rApp;  // the model as given
+  std::vector<double> xAppTrial, cAppTrial;          // the trial, as given
   std::vector<double> workN, workM, workFull, workRows, workRhs, workSol, workRes, workBest;
   std::vector<double> rhsX, rhsC, dSave, dLambdaSave;
 
@@ -294,6 +295,10 @@ void barrierKKTfree(BarrierState &b);
 int barrierExpectedNeg(const BarrierState &b);
 // The engine for a system of this dimension (linsolver, debug options).
 LinEngineKind barrierEngineFor(MXL_context *ctx, int dim);
+// Analyses the pattern of a barrier system for the engine chosen by size,
+// with refinement left to the caller and only rounding-level pivots null.
+int barrierAnalyzeSystem(MXL_context *ctx, LinSystem &sys, int dim, const std::vector<int> &irn,
+                         const std::vector<int> &jcn, LinEngineKind *kind, double *pivotTol);
 
 // ---- Feasibility restoration (barrier_restore.cpp) ----
 void switchInitialize(MXL_context *ctx, BarrierState &b);

@@ -100,12 +100,8 @@ int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   BarPatternBuilder pb;
   augPattern(b, a, pb);
   augCompress(a, pb);
-  LinSettings s = linSettingsFromContext(ctx);
-  s.maxRefine = 0;
-  s.nullPivotTol = 1e-14;
-  a.pivotTol = s.pivotTol;
-  const LinEngineKind kind = barrierEngineFor(ctx, a.dim);
-  const int st = linAnalyze(a.sys, kind, s, a.dim, static_cast<nnzint>(a.irn.size()), a.irn.data(), a.jcn.data());
+  LinEngineKind kind;
+  const int st = barrierAnalyzeSystem(ctx, a.sys, a.dim, a.irn, a.jcn, &kind, &a.pivotTol);
   if (st != LIN_OK) mxl_printf(ctx, "*** AUG analyze failed with status %d (barrierAUGfactor)\n", st);
   a.analysed = st == LIN_OK;
   a.rhs.assign(a.dim, 0.0);

@@ -124,19 +124,24 @@ void barrierKKTinit(MXL_context *ctx, BarrierState &b, int form) {
   BarPatternBuilder pb;
   barKKTpattern(b, k, pb);
   barKKTcompress(k, pb);
-  LinSettings s = linSettingsFromContext(ctx);
-  s.maxRefine = 0;  // the refinement loop of the step decides
-  // The rows carry a deliberate diagonal of regKKT (down to 1e-15): only
-  // pivots at rounding level count as null.
-  s.nullPivotTol = 1e-14;
-  const LinEngineKind kind = barrierEngineFor(ctx, k.dim);
-  b.engineKind = kind;
-  const int st = linAnalyze(k.sys, kind, s, k.dim, static_cast<nnzint>(k.irn.size()), k.irn.data(), k.jcn.data());
+  const int st = barrierAnalyzeSystem(ctx, k.sys, k.dim, k.irn, k.jcn, &b.engineKind, nullptr);
   if (st != LIN_OK) mxl_printf(ctx, "*** KKT analyze failed with status %d (barrierKKTfactor))\n", st);
   k.analysed = st == LIN_OK;
   b.workRhs.assign(k.dim, 0.0);
   b.workSol.assign(k.dim, 0.0);
   b.workRes.assign(k.dim, 0.0);
+}
+
+int barrierAnalyzeSystem(MXL_context *ctx, LinSystem &sys, int dim, const std::vector<int> &irn,
+                         const std::vector<int> &jcn, LinEngineKind *kind, double *pivotTol) {
+  LinSettings s = linSettingsFromContext(ctx);
+  s.maxRefine = 0;  // the refinement loop of the step decides
+  // The rows carry a deliberate diagonal (down to 1e-15): only pivots at
+  // rounding level count as null.
+  s.nullPivotTol = 1e-14;
+  if (pivotTol != nullptr) *pivotTol = s.pivotTol;
+  *kind = barrierEngineFor(ctx, dim);
+  return linAnalyze(sys, *kind, s, dim, static_cast<nnzint>(irn.size()), irn.data(), jcn.data());
 }
 
 void barrierKKTswitchForm(MXL_context *ctx, BarrierState &b, int form) {

@@ -247,13 +247,11 @@ double barTrialFeasLimit(const BarrierState &b) {
 }
 
 double barTrialFeasErr(MXL_context *ctx, BarrierState &b) {
-  presolveXPreToApp(ctx, b.xTrial.data(), b.xApp.data());
-  presolveCPreToApp(ctx, b.cModelTrial.data(), b.cApp.data());
-  const double feasTrial = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
-  // xApp/cApp describe the current point elsewhere: put them back.
-  presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
-  presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
-  return feasTrial;
+  b.xAppTrial.resize(b.xApp.size());
+  b.cAppTrial.resize(b.cApp.size());
+  presolveXPreToApp(ctx, b.xTrial.data(), b.xAppTrial.data());
+  presolveCPreToApp(ctx, b.cModelTrial.data(), b.cAppTrial.data());
+  return getFeasErrApp(ctx, b.xAppTrial.data(), b.cAppTrial.data(), nullptr, nullptr, nullptr);
 }
 
 // Inequality multipliers a million times the gradient mark a row that has
