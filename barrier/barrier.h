@@ -205,6 +205,7 @@ struct BarrierState {
   int numPerturbations = 0, numFactorizations = 0;
   double pertHMin = 0.0;     // smallest shift of a retried direct step
   double guardLambda = 0.0;  // largest multiplier seen at a feasible point
+  bool feasibleMode = false; // iterates stay inside the inequalities and bounds
   int directRetries = 0;     // direct steps retried at this point
   bool convexInertiaBad = false;
   bool dualRepair = false;      // the dual step needs the sign repair
@@ -369,6 +370,20 @@ void replaceNegByPrimal(BarrierState &b, double *lambda, const double *xs);
 double getMinSlackVal(const BarrierState &b, const double *xs);
 double getMaxLambdaVal(const BarrierState &b, const double *lambda);
 void resetBndMultipliers(BarrierState &b);
+
+// ---- Feasible mode (barrier_feasible.cpp) ----
+// Whether every slack row of the point is more than tolX (bounds) or tolC
+// (constraints) inside.
+bool checkFeasibility(const BarrierState &b, const double *xs, const double *c, double tolX, double tolC);
+// Whether the primal block is strictly inside its bounds.
+bool checkBounds(const BarrierState &b, const double *xs);
+// The step cut to keep every variable inside its bounds (feasible mode).
+void barrierFeasibleCut(BarrierState &b);
+// Slacks set to their rows exactly (the rows inside).
+void barrierFeasibleSlacks(BarrierState &b, double *xs, double *c);
+// Starts feasible mode at the current point when asked for and the point is
+// inside.
+void barrierFeasibleModeCheck(MXL_context *ctx, BarrierState &b);
 
 // ---- Line search and merit (barrier_linesearch.cpp) ----
 int barrierLineSearch(MXL_context *ctx, BarrierState &b);

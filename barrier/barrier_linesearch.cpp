@@ -135,12 +135,18 @@ static bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState 
 int barrierEvaluateTrial(MXL_context *ctx, BarrierState &b) {
   updateIterate(b, b.x.data(), b.d.data(), b.alpha, b.xTrial.data());
   if (ctx->resolvedHonorbnds != 0 && barOutsideHonouredBounds(ctx, b, b.xTrial.data())) return 1;
+  if (b.feasibleMode && !checkBounds(b, b.xTrial.data())) return 1;
   for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + b.alpha * b.dLambda[r];
   if (b.dualRepair) replaceNegByPrimal(b, b.lambdaTrial.data(), b.xTrial.data());
   const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
   if (rc == MX_RC_EVAL_ERR) return 1;
   if (rc != 0) return rc;
-  if (!b.modelIsLP) resetSlacks(b, b.xTrial.data(), b.cTrial.data());
+  if (b.feasibleMode) {
+    if (!checkFeasibility(b, b.xTrial.data(), b.cTrial.data(), 0.0, 0.0)) return 1;
+    barrierFeasibleSlacks(b, b.xTrial.data(), b.cTrial.data());
+  } else if (!b.modelIsLP) {
+    resetSlacks(b, b.xTrial.data(), b.cTrial.data());
+  }
   b.phiTrial = barrierPhi(b, b.xTrial.data(), b.fTildeTrial);
   b.cNormTrial = norm2(b.mFull, b.cTrial.data());
   return 0;

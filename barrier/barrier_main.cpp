@@ -125,7 +125,7 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
   b.directRetries = 0;
   ++b.resto.mainIters;
   b.rejections = 0;
-  if (ctx->resolvedAlgorithm == 2) b.cg.freeNormalStep = true;
+  if (ctx->resolvedAlgorithm == 2 && !b.feasibleMode) b.cg.freeNormalStep = true;
   b.cg.factoredHere = false;
   const int rc = barrierComputeGA(ctx, b, b.x.data());
   if (rc != 0) return rc;
@@ -164,6 +164,7 @@ int barTakeDirectStep(MXL_context *ctx, BarrierState &b) {
     computeDirectStep(ctx, b);
     barPrintDirectRow(ctx, b);
     if (!b.directStepOk) break;
+    barrierFeasibleCut(b);
     b.stepNorm = norm2(b.nFull, b.d.data());
     const int rc = barrierLineSearch(ctx, b);
     if (rc != 0) return rc;
@@ -198,6 +199,7 @@ int barNoStep(MXL_context *ctx, BarrierState &b) {
 
 int barTakeCGStep(MXL_context *ctx, BarrierState &b) {
   if (const int rc = computeCGStep(ctx, b)) return rc == 1 ? barNoStep(ctx, b) : rc;
+  barrierFeasibleCut(b);
   b.stepNorm = norm2(b.nFull, b.d.data());
   const int rc = barrierLineSearch(ctx, b);
   if (rc != 0) return rc;
@@ -362,6 +364,7 @@ void barResetInitPoint(MXL_context *ctx, BarrierState &b) {
   b.xtolRun = b.ftolRun = b.infeasStall = b.infeasStationary = b.rejections = 0;
   b.pertHMin = 0.0;
   b.guardLambda = 0.0;
+  b.feasibleMode = false;
   b.directRetries = 0;
   b.tinyStepDrops = b.tinyDirectSteps = 0;
   b.muFloorRef = 3e-16;
@@ -436,6 +439,7 @@ void barrierMain(MXL_context *ctx) {
       mxl_printf(ctx, "         optimality conditions have been verified.\n");
     }
     if (ends) break;
+    if (b.resto.phase != 3 && b.stepOutcome == BAR_STEP_ACCEPTED && !retest) barrierFeasibleModeCheck(ctx, b);
     retest = false;
     if (b.needMuUpdate && b.resto.phase == 3) b.needMuUpdate = false;
     if (b.needMuUpdate) {

@@ -151,6 +151,7 @@ void initvals(MXL_context *ctx, BarrierState &b) {
   b.kktBestIter = 0;
   b.pertH = b.pertHLast = b.pertHMin = 0.0;
   b.guardLambda = 0.0;
+  b.feasibleMode = false;
   b.directRetries = 0;
   b.watchdog = BarWatchdog();
   b.regKKT = 0.0;

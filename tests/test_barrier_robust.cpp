@@ -193,6 +193,75 @@ TEST(BarrierRobust, UndefinedTrialPointsAreSteppedBack) {
   }
 }
 
+// min (x1 - 2)^2 + (x2 - 1)^2 in the unit disc from its centre. The row is
+// flat at the start, so its linearisation lets the first step leave the
+// disc; in feasible mode trials outside are evaluated but never accepted,
+// so no iterate handed to the new-point routine lies outside.
+int discNewPoint(MX_context_ptr, const double *x, const double *, void *user) {
+  if (x[0] * x[0] + x[1] * x[1] > 1.0) ++*static_cast<int *>(user);
+  return 0;
+}
+
+int discEval(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
+  const double *x = req->x;
+  res->c[0] = x[0] * x[0] + x[1] * x[1];
+  *res->obj = (x[0] - 2.0) * (x[0] - 2.0) + (x[1] - 1.0) * (x[1] - 1.0);
+  return 0;
+}
+
+int discGrad(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
+  const double *x = req->x;
+  res->objGrad[0] = 2.0 * (x[0] - 2.0);
+  res->objGrad[1] = 2.0 * (x[1] - 1.0);
+  res->jac[0] = 2.0 * x[0];
+  res->jac[1] = 2.0 * x[1];
+  return 0;
+}
+
+int discHess(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
+  res->hess[0] = res->hess[1] = 2.0 * *req->sigma + 2.0 * req->lambda[0];
+  return 0;
+}
+
+int solveDisc(Solve &r, int feasible, double *x) {
+  int outside = 0;
+  EXPECT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
+  const int idx[2] = {0, 1};
+  const double x0[2] = {0.0, 0.0};
+  EXPECT_EQ(MX_set_var_primal_init_values(r.kc, 2, idx, x0), 0);
+  EXPECT_EQ(MX_add_cons(r.kc, 1, nullptr), 0);
+  EXPECT_EQ(MX_set_con_upbnd(r.kc, 0, 1.0), 0);
+  MX_cb_context_ptr cb = nullptr;
+  const int con = 0, jc[2] = {0, 0};
+  EXPECT_EQ(MX_add_eval_callback(r.kc, 1, 1, &con, discEval, &cb), 0);
+  EXPECT_EQ(MX_set_cb_grad(r.kc, cb, 2, idx, 2, jc, idx, discGrad), 0);
+  EXPECT_EQ(MX_set_cb_hess(r.kc, cb, 2, idx, idx, discHess), 0);
+  EXPECT_EQ(MX_set_newpt_callback(r.kc, discNewPoint, &outside), 0);
+  EXPECT_EQ(MX_set_int_param_by_name(r.kc, "bar_feasible", feasible), 0);
+  EXPECT_EQ(MX_solve(r.kc), 0) << r.log;
+  double f = 0.0;
+  int status = 0;
+  MX_get_solution(r.kc, &status, &f, x, nullptr);
+  return outside;
+}
+
+TEST(BarrierRobust, FeasibleModeKeepsEveryPointInside) {
+  for (int alg : {1, 2}) {
+    double x[2] = {0, 0};
+    {
+      Solve r(alg);
+      EXPECT_GT(solveDisc(r, 0, x), 0) << "the test no longer leaves the disc without feasible mode";
+    }
+    for (int feasible : {1, 3}) {
+      Solve r(alg);
+      EXPECT_EQ(solveDisc(r, feasible, x), 0) << "algorithm " << alg << " bar_feasible " << feasible;
+      EXPECT_NE(r.log.find("Starting feasible mode...\n"), std::string::npos);
+      EXPECT_NEAR(x[0], 2.0 / std::sqrt(5.0), 1e-6) << "algorithm " << alg;
+      EXPECT_NEAR(x[1], 1.0 / std::sqrt(5.0), 1e-6) << "algorithm " << alg;
+    }
+  }
+}
+
 // Rosenbrock's function: a curved valley that every line search must follow.
 int rosenEval(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
   const double *x = req->x;
