@@ -42,6 +42,8 @@ void mxFinishSolve(MXL_context *ctx, int code, int printStats) {
   info.fstopval = ctx->opt.fstopval;
   info.algorithm = ctx->opt.algorithm;
   info.xtolIters = d.xtolIters;
+  info.ftol = ctx->opt.ftol;
+  info.ftolIters = ctx->opt.ftol_iters;
   info.convex = d.cls.convexity;
   MxSolveStats s;
   s.objective = d.objValue;

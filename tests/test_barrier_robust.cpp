@@ -309,6 +309,26 @@ TEST(BarrierRobust, EveryLineSearchFollowsACurvedValley) {
   }
 }
 
+// The stop on a stalled objective names the limits it used.
+TEST(BarrierRobust, ObjectiveStallStopNamesItsLimits) {
+  Solve r(1);
+  ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
+  const int idx[2] = {0, 1};
+  const double x0[2] = {-1.2, 1.0};
+  ASSERT_EQ(MX_set_var_primal_init_values(r.kc, 2, idx, x0), 0);
+  MX_cb_context_ptr cb = nullptr;
+  ASSERT_EQ(MX_add_eval_callback(r.kc, 1, 0, nullptr, rosenEval, &cb), 0);
+  ASSERT_EQ(MX_set_cb_grad(r.kc, cb, 2, idx, 0, nullptr, nullptr, rosenGrad), 0);
+  const int h1[3] = {0, 0, 1}, h2[3] = {0, 1, 1};
+  ASSERT_EQ(MX_set_cb_hess(r.kc, cb, 3, h1, h2, rosenHess), 0);
+  ASSERT_EQ(MX_set_double_param_by_name(r.kc, "ftol", 0.05), 0);
+  ASSERT_EQ(MX_set_int_param_by_name(r.kc, "ftol_iters", 2), 0);
+  EXPECT_EQ(MX_solve(r.kc), MX_RC_FEAS_FTOL) << r.log;
+  EXPECT_NE(r.log.find("the objective function < 5.000000e-02 for 2 consecutive feasible iterations.\n"),
+            std::string::npos)
+      << r.log;
+}
+
 // {x1^2 + x2^2 <= 1, x1 + x2 >= 3}: no point satisfies both. The steps of
 // the main mode crawl, restoration takes over and finds ||c||^2 stationary.
 void buildInfeasibleDisc(Solve &r) {
