@@ -401,6 +401,8 @@ void barrierUpdateTRreject(BarrierState &b);
 
 // ---- Stop test (barrier_stop.cpp) ----
 void barrierStopTest(MXL_context *ctx, BarrierState &b);
+// Whether feasible point A (objective, optimality error) is better than B.
+bool barrierFeasibleBetter(double objSign, double fA, double optA, double fB, double optB);
 // The multipliers handed back at the end, in lambdaApp.
 void barrierReturnMultipliers(MXL_context *ctx, BarrierState &b);
 // Switches between the free rules and the monotone safeguard (bar_globalize).

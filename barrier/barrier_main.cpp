@@ -387,7 +387,7 @@ void barrierFinished(MXL_context *ctx) {
   const bool bestFeasible = best.stored && best.bestFeasErr <= b.tolFeas;
   const bool useBest = b.barStatus != 0 && best.stored &&
                        ((!b.feasibleNow && bestFeasible) ||
-                        (b.feasibleNow && bestFeasible && b.objSign * best.bestObj < b.objSign * f) ||
+                        (b.feasibleNow && bestFeasible && barrierFeasibleBetter(b.objSign, best.bestObj, best.bestOptErr, f, opt)) ||
                         (!b.feasibleNow && !bestFeasible && best.bestFeasErr < b.feasErr));
   if (useBest) {
     restoreBestSolution(ctx, b.xApp.data(), b.lambdaApp.data(), b.cApp.data(), b.gModel.data(), b.jacVals.data(),

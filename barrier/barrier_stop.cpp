@@ -143,17 +143,31 @@ void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   if (b.solutionFound) b.needMuUpdate = false;
 }
 
+}  // namespace
+
+// Whether feasible point A (objective in the model's sense, optimality
+// error) is better than feasible point B. Within 1e-6 (1 + |f|) the
+// objective is what a violation inside the tolerance can buy, so there the
+// point nearer to optimality wins: otherwise an early iterate that is
+// merely less feasible would stand for the converged one.
+bool barrierFeasibleBetter(double objSign, double fA, double optA, double fB, double optB) {
+  const double tie = 1e-6 * (1.0 + std::max(std::fabs(fA), std::fabs(fB)));
+  const double gain = objSign * (fB - fA);
+  return gain > tie || (gain >= -tie && optA < optB);
+}
+
+namespace {
+
 // The best point is the feasible one of least objective, else the least
 // infeasible.
 void barKeepBest(MXL_context *ctx, BarrierState &b) {
   MxBestPoint &best = ctx->errState.best;
   const double f = presolveObjPreToApp(ctx, b.fTilde);
-  const double fMin = b.objSign * f;
   bool better = !best.stored;
   if (!better) {
     const bool bestFeasible = best.bestFeasErr <= b.tolFeas;
     if (b.feasibleNow && !bestFeasible) better = true;
-    else if (b.feasibleNow && bestFeasible) better = fMin <= b.objSign * best.bestObj;
+    else if (b.feasibleNow && bestFeasible) better = barrierFeasibleBetter(b.objSign, f, b.optErr, best.bestObj, best.bestOptErr);
     else if (!b.feasibleNow && !bestFeasible) better = b.feasErr < best.bestFeasErr;
   }
   if (better)
