@@ -3,6 +3,7 @@
 
 Usage: bench/compare.py OURS.csv [PEER.csv] [--title TITLE] [--note LINE ...]
                         [--no-peer REASON] [--tolerance TOL] [--out FILE.md]
+                        [--collection FOLDER]
 
 Both CSVs are those of bench/run_collection.py and bench/run_peer.py. Prints
 one row per model that both solve (status 0): model, statuses, time ratio and
@@ -11,6 +12,11 @@ with the reference value, and the shifted geometric means (10 ms for times,
 10 for iterations) over the models both solve, with their ratio Morvex / peer
 (below 1: Morvex is faster). Without PEER.csv only Morvex's figures are given,
 with the reason given by --no-peer.
+
+With --collection, the folder's reference table says which models have
+integer variables. A continuous peer drops integrality and solves their
+relaxations, while Morvex refuses them until its mixed-integer solver
+exists, so the solved counts are also given over the continuous models.
 """
 import argparse
 import csv
@@ -85,7 +91,21 @@ def model_table(ours, peer, common):
     return lines
 
 
-def report(ours, peer, title, tolerance, no_peer, notes=()):
+def integer_models(folder):
+    if not folder:
+        return set()
+    return {name for name, row in rc.read_reference(folder).items() if int(row.get("nint") or 0) > 0}
+
+
+def continuous_counts(ours, peer, integers):
+    if not integers:
+        return []
+    keep = [n for n in ours if n not in integers]
+    return [f"| solved, the {len(keep)} models without integer variables | "
+            f"{sum(solved(ours[n]) for n in keep)} | {sum(solved(peer[n]) for n in keep if n in peer)} |"]
+
+
+def report(ours, peer, title, tolerance, no_peer, notes=(), integers=frozenset()):
     lines = [f"# {title}", ""] + [f"{note}  " for note in notes] + ([""] if notes else [])
     if peer is None:
         summary = compare(ours, {}, tolerance)
@@ -102,7 +122,7 @@ def report(ours, peer, title, tolerance, no_peer, notes=()):
     lines += model_table(ours, peer, s["common"]) if s["common"] else ["No model is solved by both."]
     lines += ["", "| | Morvex | peer |", "|---|---:|---:|",
               f"| models | {len(ours)} | {len(peer)} |",
-              f"| solved | {s['ours_solved']} | {s['peer_solved']} |",
+              f"| solved | {s['ours_solved']} | {s['peer_solved']} |"] + continuous_counts(ours, peer, integers) + [
               f"| shifted geometric mean time of its own solved models, s (shift 10 ms) | "
               f"{fmt(own_mean_time(ours), 4)} | {fmt(own_mean_time(peer), 4)} |",
               f"| agreeing with the reference (relative error <= {tolerance:g}) | {s['ours_agree']} | {s['peer_agree']} |",
@@ -123,9 +143,10 @@ def main():
     parser.add_argument("--tolerance", type=float, default=1e-5)
     parser.add_argument("--note", action="append", default=[], help="a line under the title (repeatable)")
     parser.add_argument("--out", default=None)
+    parser.add_argument("--collection", default=None, help="the models' folder, for its reference table")
     args = parser.parse_args()
     text = report(read_rows(args.ours), read_rows(args.peer) if args.peer else None, args.title,
-                  args.tolerance, args.no_peer, args.note)
+                  args.tolerance, args.no_peer, args.note, integer_models(args.collection))
     if args.out:
         with open(args.out, "w") as f:
             f.write(text)

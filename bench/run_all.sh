@@ -53,7 +53,8 @@ if run_collection $cute; then
   fi
   python3 "$root/bench/compare.py" "$csvs/morvex-$cute.csv" ${peer_csv:+"$peer_csv"} \
     --title "Morvex and the peer solver on $cute ($day)" --note "$note" \
-    --no-peer "morvex_peer is not built" --out "$root/bench/results/$day-$cute.md" > /dev/null
+    --no-peer "morvex_peer is not built" --collection "$data/$cute" \
+    --out "$root/bench/results/$day-$cute.md" > /dev/null
   echo "run_all: wrote bench/results/$day-$cute.md"
 fi
 

@@ -62,6 +62,21 @@ class ReferenceAgreement(unittest.TestCase):
         self.assertEqual(compare.compare(ours, {}, 1e-5)["ours_agree"], 2)
 
 
+class IntegerModels(unittest.TestCase):
+    def test_counts_over_continuous_models_leave_out_relaxed_integer_models(self):
+        with tempfile.TemporaryDirectory() as d:
+            with open(os.path.join(d, "reference.tsv"), "w") as f:
+                f.write("name\tn\tm\tnint\nint1\t8\t10\t8\ncont\t3\t1\t0\nbare\t2\t0\t\n")
+            integers = compare.integer_models(d)
+        self.assertEqual(integers, {"int1"})
+        ours = {"int1": row("int1", -600, 0.01, 0), "cont": row("cont", 0, 1, 5), "bare": row("bare", -401, 1, 9)}
+        peer = {"int1": row("int1", 0, 0.01, 4), "cont": row("cont", 0, 1, 5), "bare": row("bare", 0, 1, 9)}
+        text = compare.report(ours, peer, "t", 1e-5, "", integers=integers)
+        self.assertIn("| solved | 1 | 3 |", text)
+        self.assertIn("| solved, the 2 models without integer variables | 1 | 2 |", text)
+        self.assertNotIn("without integer variables", compare.report(ours, peer, "t", 1e-5, ""))
+
+
 class MarkdownReport(unittest.TestCase):
     def test_csv_files_to_report(self):
         with tempfile.TemporaryDirectory() as d:
