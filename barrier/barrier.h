@@ -120,6 +120,8 @@ struct BarrierState {
   std::vector<int> varBoundRows[2];  // variable -> lower / upper bound row (-1)
   std::vector<int> varFixedRow;      // variable -> fixed row (-1)
   double objSign = 1.0;              // -1 for a maximisation
+  double objScale = 1.0;             // the objective's factor (scale option)
+  double objFactor = 1.0;            // objSign objScale: the objective as the method sees it
   // Patterns of the model (owned by the context, fixed during a leg).
   const int *jacCons = nullptr, *jacVars = nullptr;
   const int64_t *jacRowPtr = nullptr;
@@ -226,6 +228,7 @@ struct BarrierState {
   // Errors and the stop test.
   double feasErr = 0.0, optErr = 0.0, feasErrPre = 0.0, feasErr0 = 0.0, feasErrBest = 0.0;
   double feasScale = 1.0, optScale = 1.0;
+  double optScaleInt = 1.0;  // optScale of the scaled objective, for the method's own residuals
   double cErr = 0.0, dualInf = 0.0, compErr = 0.0, barrierErr = 0.0, errCurrent = 1.0;
   double optErr0 = 0.0, compErrApp = 0.0, tolFeas = 0.0, tolOpt = 0.0;
   bool feasScaleSet = false;

@@ -218,7 +218,7 @@ bool barKeepStep(MXL_context *ctx, const BarrierState &b, double a) {
 // regularisation alone, of the size |c| / regKKT: keep such multipliers
 // within a multiple of the gradient so that they cannot swamp the Hessian.
 void barCapRegularizedMultipliers(BarrierState &b) {
-  const double cap = 1e4 * std::max(1.0, normInf(b.n, b.gModel.data()));
+  const double cap = 1e4 * std::max(1.0, b.objScale * normInf(b.n, b.gModel.data()));
   for (int r = 0; r < b.mFull; ++r) {
     if (b.rows[r].slack >= 0) continue;
     const double t = b.lambda[r] + b.dLambda[r];

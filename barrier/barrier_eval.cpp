@@ -42,7 +42,7 @@ double barrierPhi(const BarrierState &b, const double *xs, double fTilde) {
 }
 
 void barrierUpdateFG(BarrierState &b) {
-  for (int i = 0; i < b.n; ++i) b.gradPhi[i] = b.objSign * b.gModel[i];
+  for (int i = 0; i < b.n; ++i) b.gradPhi[i] = b.objFactor * b.gModel[i];
   for (int j = 0; j < b.nSlacks; ++j) b.gradPhi[b.nX + j] = -b.mu;
   b.phi = barrierPhi(b, b.x.data(), b.fTilde);
   b.cNorm = norm2(b.mFull, b.c.data());
@@ -93,7 +93,7 @@ int barrierComputeH(MXL_context *ctx, BarrierState &b, int request) {
   if (b.nnzH == 0) return 0;
   barHessianMultipliers(b, b.lambdaUser.data());
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
-  const int rc = callbackForH(ctx, request, b.xApp.data(), b.objSign, b.lambdaUser.data(), nullptr,
+  const int rc = callbackForH(ctx, request, b.xApp.data(), b.objFactor, b.lambdaUser.data(), nullptr,
                               b.hessVals.data(), nullptr);
   if (rc == MX_RC_EVAL_ERR) {
     // An undefined Hessian only warns: its entries count as zero.

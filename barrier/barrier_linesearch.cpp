@@ -198,7 +198,7 @@ int barWolfeTest(MXL_context *ctx, BarrierState &b, const BarSearch &s) {
   if (rc == MX_RC_EVAL_ERR) return 0;
   if (rc != 0) return rc;
   double gd = 0.0;
-  for (int i = 0; i < b.n; ++i) gd += b.objSign * g[i] * b.d[i];
+  for (int i = 0; i < b.n; ++i) gd += b.objFactor * g[i] * b.d[i];
   return gd < 0.5 * s.gd ? 2 : 1;
 }
 
@@ -272,7 +272,7 @@ bool barTrialCrossesDegenerateRow(MXL_context *ctx, BarrierState &b) {
   if (!b.feasibleNow) return false;
   double &lamMax = b.guardLambda;
   for (int j = 0; j < b.nSlacks; ++j) lamMax = std::max(lamMax, std::fabs(b.lambda[b.slackRow[j]]));
-  const bool degenerate = lamMax > 1e6 * std::max(1.0, normInf(b.n, b.gModel.data()));
+  const bool degenerate = lamMax > 1e6 * std::max(1.0, b.objScale * normInf(b.n, b.gModel.data()));
   return degenerate && barTrialFeasErr(ctx, b) > b.feasErr;
 }
 

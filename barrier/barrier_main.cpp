@@ -72,7 +72,7 @@ void barStartMultipliers(MXL_context *ctx, BarrierState &b) {
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
     const int at = row.onVariable() ? b.m + row.item : row.item;
-    const double v = -row.sign() * b.objSign * ctx->lambda[at];
+    const double v = -row.sign() * b.objFactor * ctx->lambda[at];
     b.lambda[r] = row.slack >= 0 ? std::max(v, 0.0) : v;
   }
 }
@@ -288,6 +288,9 @@ int barrierInitialize(MXL_context *ctx) {
   switchInitialize(ctx, b);
   initmutol(ctx, b);
   b.rho = 0.995;
+  presolveSetObjScale(ctx, ctx->var.objGrad.data());
+  b.objScale = ctx->pre.objScale;
+  b.objFactor = b.objSign * b.objScale;
   if (const int rc = barStartValues(ctx, b)) return rc;
   barStartMultipliers(ctx, b);
   initializeSlacks(b, ctx->drv.resolvedSlackPush > 0.0 ? ctx->drv.resolvedSlackPush : 0.1);

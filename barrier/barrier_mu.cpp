@@ -19,7 +19,7 @@ bool barPlainFloor(const MXL_context *ctx, const BarrierState &b) {
 
 double enforceMinMu(MXL_context *ctx, const BarrierState &b, double mu) {
   if (barPlainFloor(ctx, b)) return std::max(mu, kMuMin);
-  const double q = std::max(b.dualInf / std::max(b.optScale, 1.0), b.cErr / b.feasScale);
+  const double q = std::max(b.dualInf / b.optScaleInt, b.cErr / b.feasScale);
   const double r = std::max(b.dualInf, b.cErr);
   double f;
   if (b.refinements == 0 && !(b.nearSolution && b.ftolRun >= 3)) {

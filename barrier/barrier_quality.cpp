@@ -49,8 +49,8 @@ double barQualityValue(BarrierState &b, const BarQuality &q, double sigma, doubl
     return -(objRed + b.nu * aP * b.cNorm);
   }
   const double f = q.feas * (1.0 - aP) / b.feasScale;
-  const double o = (1.0 - aD) * q.opt / b.optScale;
-  const double g = barMeanComplementarity(b, aP, aD) / b.optScale;
+  const double o = (1.0 - aD) * q.opt / b.optScaleInt;
+  const double g = barMeanComplementarity(b, aP, aD) / b.optScaleInt;
   return f * f + o * o + g * g;
 }
 

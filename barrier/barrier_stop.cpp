@@ -80,14 +80,19 @@ void barScales(MXL_context *ctx, BarrierState &b) {
     b.gradNormStart = g;
   }
   b.optScale = std::max(1.0, g);
-  if (b.mFull == 0) b.optScale = std::max(1.0, std::min(std::fabs(b.fTilde), b.gradNormStart));
+  b.optScaleInt = std::max(1.0, b.objScale * g);
+  if (b.mFull == 0) {
+    const double f = std::fabs(b.fTilde);
+    b.optScale = std::max(1.0, std::min(f / b.objScale, b.gradNormStart));
+    b.optScaleInt = std::max(1.0, std::min(f, b.objScale * b.gradNormStart));
+  }
   (void)ctx;
 }
 
 bool barSubproblemSolved(MXL_context *ctx, const BarrierState &b, double gNorm) {
   (void)ctx;
   const double tolBarFeas = b.feasScale * b.muTol;
-  double optRef = std::max(b.optScale, gNorm);
+  double optRef = std::max(b.optScaleInt, b.objScale * gNorm);
   if (b.murule != 1 && b.mFull > 0) optRef = std::max(optRef, std::min(normInf(b.mFull, b.lambda.data()), 1e6));
   return b.cErr <= tolBarFeas && b.barrierErr <= optRef * b.muTol;
 }
@@ -132,7 +137,7 @@ void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   // objective by about their sum.
   double avgComp = 0.0;
   getDualityGap(b, b.x.data(), b.lambda.data(), nullptr, nullptr, &avgComp);
-  b.solutionFound = b.feasibleNow && b.optErr <= tolOpt && avgComp <= 0.1 * tolOpt;
+  b.solutionFound = b.feasibleNow && b.optErr <= tolOpt && avgComp / b.objScale <= 0.1 * tolOpt;
   const double target = ctx->opt.fstopval;
   if (!b.solutionFound && b.feasibleNow && ctx->opt.objrange > std::fabs(target)) {
     const double f = presolveObjPreToApp(ctx, b.fTilde);
@@ -194,7 +199,7 @@ void barStallCounters(MXL_context *ctx, BarrierState &b) {
   for (int i = 0; i < b.nX && xsmall; ++i)
     xsmall = std::fabs(b.alpha * b.d[i]) < (1.0 + std::fabs(b.x[i])) * ctx->opt.xtol;
   b.xtolRun = xsmall ? b.xtolRun + 1 : 0;
-  const double f = b.fTilde;
+  const double f = b.fTilde / b.objScale;
   b.ftolRun = b.feasibleNow && std::fabs(f - b.fPrev) < ctx->opt.ftol * (1.0 + std::fabs(f)) ? b.ftolRun + 1 : 0;
   b.fPrev = f;
   if (!b.feasibleNow) {
@@ -247,7 +252,7 @@ int barLimitStatus(MXL_context *ctx, BarrierState &b) {
   if (!feas && b.resto.phase == 3 && b.resto.stalled) return barrierRestorationEnd(b);
   const int stallLimit = ctx->opt.infeastol_iters;
   if (!feas && stallLimit > 0 && b.infeasStall >= stallLimit) return MX_RC_INFEAS_NO_IMPROVE;
-  if (feas && b.stepOutcome == BAR_STEP_ACCEPTED && b.fTilde < -ctx->opt.objrange) return -300;
+  if (feas && b.stepOutcome == BAR_STEP_ACCEPTED && b.fTilde / b.objScale < -ctx->opt.objrange) return -300;
   if (b.iterCount >= ctx->drv.resolvedMaxit) return feas ? -400 : -410;
   const int fl = ctx->opt.maxfevals;
   if (fl > 0 && ctx->eval.counters.numFCevals >= fl) return feas ? -402 : -412;
@@ -322,7 +327,7 @@ void barGlobalizeFilter(MXL_context *ctx, BarrierState &b, int limitFails) {
 void barGlobalizeKkt(BarrierState &b) {
   double gap = 0.0;
   getDualityGap(b, b.x.data(), b.lambda.data(), nullptr, nullptr, &gap);
-  const double e1 = b.feasErr / b.feasScale, e2 = b.optErr / b.optScale, e3 = gap / b.optScale;
+  const double e1 = b.feasErr / b.feasScale, e2 = b.optErr / b.optScale, e3 = gap / b.optScaleInt;
   const double phiK = e1 * e1 + e2 * e2 + e3 * e3;
   double worst = 0.0;
   for (double v : b.kktHistory) worst = std::max(worst, v);
@@ -350,7 +355,7 @@ void nlpGlobalize(MXL_context *ctx, BarrierState &b) {
     // hands over to the adaptive rule.
     double gap = 0.0;
     getDualityGap(b, b.x.data(), b.lambda.data(), nullptr, nullptr, &gap);
-    const double e1 = b.feasErr / b.feasScale, e2 = b.optErr / b.optScale, e3 = gap / b.optScale;
+    const double e1 = b.feasErr / b.feasScale, e2 = b.optErr / b.optScale, e3 = gap / b.optScaleInt;
     const double phiK = e1 * e1 + e2 * e2 + e3 * e3;
     if (phiK < 0.99 * b.kktBest || b.iterCount == 0) {
       b.kktBest = phiK;

@@ -25,6 +25,7 @@ struct PreModel {
   std::vector<PresolveOp> stack;               // reductions, replayed by the maps
   int64_t nnzJ = 0, nnzH = 0;
   double objSign = 1.0;                        // -1 turns a maximisation into a minimisation
+  double objScale = 1.0;                       // factor of the objective seen by the algorithms
   bool done = false;
   bool identity() const { return stack.empty() && n == static_cast<int>(varAppToPre.size()); }
 };
@@ -41,8 +42,13 @@ void presolveXPreToApp(const MXL_context *ctx, const double *xPre, double *xApp)
 void presolveXAppToPre(const MXL_context *ctx, const double *xApp, double *xPre);
 void presolveCAppToPre(const MXL_context *ctx, const double *cApp, double *cPre);
 void presolveCPreToApp(const MXL_context *ctx, const double *cPre, double *cApp);
+// The objective: sense and scale (Pre = objSign objScale App).
 double presolveObjPreToApp(const MXL_context *ctx, double v);
 double presolveObjAppToPre(const MXL_context *ctx, double v);
+// The objective's factor from its gradient at the start point and the
+// scale option: gradients above 100 are brought down to 100, by at most
+// 1e-8; a user factor takes precedence under scale 1 and 2.
+void presolveSetObjScale(MXL_context *ctx, const double *gradApp);
 // Multipliers: m constraint entries then n bound entries on each side.
 void presolveLambdaPreToApp(const MXL_context *ctx, const double *lPre, double *lApp);
 // The replay around an evaluation (App to Pre) and back.

@@ -1,6 +1,7 @@
 // The presolve framework with an empty stack of reductions: Pre is the App
 // model in the sense of minimisation.
 #include <algorithm>
+#include <cmath>
 
 #include "interface/context.h"
 #include "presolve/presolve.h"
@@ -62,16 +63,31 @@ void presolveCPreToApp(const MXL_context *ctx, const double *cPre, double *cApp)
   for (int i = 0; i < p.m; ++i) cApp[p.conPreToApp[i]] = cPre[i];
 }
 
-double presolveObjPreToApp(const MXL_context *ctx, double v) { return ctx->pre.objSign * v; }
-double presolveObjAppToPre(const MXL_context *ctx, double v) { return ctx->pre.objSign * v; }
+double presolveObjPreToApp(const MXL_context *ctx, double v) { return ctx->pre.objSign * v / ctx->pre.objScale; }
+double presolveObjAppToPre(const MXL_context *ctx, double v) { return ctx->pre.objSign * ctx->pre.objScale * v; }
+
+void presolveSetObjScale(MXL_context *ctx, const double *gradApp) {
+  const int scale = ctx->opt.scale;
+  double s = 1.0;
+  if ((scale == 1 || scale == 3) && ctx->resolvedHessopt != 7) {
+    double v = 0.0;
+    for (int j = 0; j < ctx->n; ++j) v = std::max(v, std::fabs(gradApp[j]));
+    if (v >= 4.440892098500626e-16) s = std::max(1e-8, std::min(1.0, 100.0 / v));
+  }
+  if ((scale == 1 || scale == 2) && ctx->obj.scaleGiven && ctx->obj.scaleFactor >= 4.440892098500626e-16)
+    s = ctx->obj.scaleFactor;
+  ctx->pre.objScale = std::isfinite(s) ? s : 1.0;
+}
 
 void presolveLambdaPreToApp(const MXL_context *ctx, const double *lPre, double *lApp) {
   const PreModel &p = ctx->pre;
   const int mApp = ctx->m, nApp = ctx->n;
   std::fill(lApp, lApp + mApp + nApp, 0.0);
   // Multipliers of a minimisation of -f are those of f with the sign turned.
-  for (int i = 0; i < p.m; ++i) lApp[p.conPreToApp[i]] = p.objSign * lPre[i];
-  for (int j = 0; j < p.n; ++j) lApp[mApp + p.varPreToApp[j]] = p.objSign * lPre[p.m + j];
+  // Those of a scaled objective carry its factor.
+  const double f = p.objSign / p.objScale;
+  for (int i = 0; i < p.m; ++i) lApp[p.conPreToApp[i]] = f * lPre[i];
+  for (int j = 0; j < p.n; ++j) lApp[mApp + p.varPreToApp[j]] = f * lPre[p.m + j];
 }
 
 void presolveTransform(MXL_context *) {}

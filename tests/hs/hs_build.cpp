@@ -249,10 +249,12 @@ double hsViolation(double v, double lo, double up) {
   return err;
 }
 
-// |lambda| times the distance to the bound its sign names.
+// |lambda| times the distance to the bound its sign names, on the feasible
+// side: a point past its bound (within the feasibility tolerance) violates
+// feasibility, which hsViolation measures, not complementarity.
 double hsComplementarity(double v, double lo, double up, double lambda) {
-  if (lambda < 0.0) return hasBound(lo) ? -lambda * std::fabs(v - lo) : -lambda;
-  if (lambda > 0.0) return hasBound(up) ? lambda * std::fabs(up - v) : lambda;
+  if (lambda < 0.0) return hasBound(lo) ? -lambda * std::max(v - lo, 0.0) : -lambda;
+  if (lambda > 0.0) return hasBound(up) ? lambda * std::max(up - v, 0.0) : lambda;
   return 0.0;
 }
 
