@@ -1,36 +1,17 @@
 // Model data through the public calls: the call frame, poisoning, the three
 // forms of a family, and the per-family rules on values.
-#include <gtest/gtest.h>
-
 #include <cmath>
 #include <limits>
 #include <string>
 
-#include "capture.h"
-#include "interface/constants.h"
-#include "morvex.h"
+#include "eval_fixture.h"
 
 namespace {
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
 
-struct Model : testing::Test {
-  MX_context_ptr kc = nullptr;
-  PrintCapture *out = nullptr;
-  void SetUp() override {
-    ASSERT_EQ(MX_new(&kc), 0);
-    out = new PrintCapture(kc);
-  }
-  void TearDown() override {
-    EXPECT_EQ(MX_free(&kc), 0);
-    delete out;
-  }
-  void build(int n, int m) {
-    ASSERT_EQ(MX_add_vars(kc, n, nullptr), 0);
-    ASSERT_EQ(MX_add_cons(kc, m, nullptr), 0);
-  }
-};
+using Model = EvalModel;
 
 TEST_F(Model, FatalErrorPoisonsEveryCheckedCallButFree) {
   build(3, 2);
@@ -70,13 +51,13 @@ TEST_F(Model, BadHandlesAreRefusedWithoutTouchingTheContext) {
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
 }
 
+// A family must be added before its data is set, though an empty add
+// opens it; zero counts need no arrays.
 TEST_F(Model, CallOrderIsCheckedAndFatal) {
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), MX_RC_ILLEGAL_CALL);
   EXPECT_EQ(out->take(), "ERROR: MX_add_var*() must be called before MX_set_var_lobnds().\n");
   EXPECT_EQ(kc->fatalError, 1);
-}
-
-TEST_F(Model, EmptyAddOpensTheFamilyAndZeroCountsNeedNoArrays) {
+  fresh();
   ASSERT_EQ(MX_add_vars(kc, 0, nullptr), 0);
   EXPECT_EQ(MX_set_var_lobnds(kc, 0, nullptr, nullptr), 0);
   EXPECT_EQ(MX_set_var_lobnds_all(kc, nullptr), 0);
@@ -89,18 +70,13 @@ TEST_F(Model, CountAndPointerErrorsNameTheArgument) {
   const int idx[1] = {0};
   EXPECT_EQ(MX_set_con_upbnds(kc, 1, idx, nullptr), MX_RC_NULL_POINTER);
   EXPECT_EQ(out->take(), "ERROR: Parameter cUpBnds passed to MX_set_con_upbnds() is NULL.\n");
-  ASSERT_EQ(MX_free(&kc), 0);
-  ASSERT_EQ(MX_new(&kc), 0);
-  PrintCapture cap(kc);
-  build(2, 1);
+  fresh(2, 1);
   EXPECT_EQ(MX_set_var_types(kc, -1, idx, idx), MX_RC_BAD_SIZE);
-  EXPECT_EQ(cap.take(), "ERROR: The number of variables passed to MX_set_var_types() must be non-negative.\n");
+  EXPECT_EQ(out->take(), "ERROR: The number of variables passed to MX_set_var_types() must be non-negative.\n");
   EXPECT_EQ(MX_set_var_types(kc, 0, nullptr, nullptr), MX_RC_ILLEGAL_CALL);
-  EXPECT_EQ(cap.take(), "");
-}
-
-TEST_F(Model, IndexOutOfRangeGivesTheKindsCode) {
-  build(2, 2);
+  EXPECT_EQ(out->take(), "");
+  // An index out of range gives the code of its kind.
+  fresh(2, 2);
   EXPECT_EQ(MX_set_con_lobnd(kc, 2, 0.0), MX_RC_BAD_CON_INDEX);
   EXPECT_EQ(out->take(),
             "ERROR: Constraint index 2 outside of range.\n"
@@ -229,6 +205,7 @@ TEST_F(Model, NamesRoundTripAndRespectBufferSize) {
   EXPECT_EQ(out->take(), "ERROR: The number of contraints passed to MX_get_con_names() must be non-negative.\n");
 }
 
+// Changes are for after a first solve, properties for before it.
 TEST_F(Model, RestartRulesSeparateTheTwoPhases) {
   build(1, 1);
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
@@ -237,11 +214,8 @@ TEST_F(Model, RestartRulesSeparateTheTwoPhases) {
             "ERROR: MX_chg_obj_constant() can only be called to modify the existing problem\n"
             "       after an initial solve has been performed.\n");
   EXPECT_EQ(kc->fatalError, 1);
-}
-
-TEST_F(Model, PropertiesAreBarredAfterASolve) {
-  build(1, 1);
-  kc->changeLevel = -1;  // as a finished solve leaves it
+  fresh(1, 1);
+  solved();
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
   EXPECT_EQ(MX_set_obj_property(kc, 1), MX_RC_ILLEGAL_CALL);
   EXPECT_EQ(out->take(),
@@ -274,7 +248,12 @@ TEST_F(Model, ConstantsWaitForTheNextSolveAfterAFirstOne) {
 }
 
 TEST_F(Model, ComplementarityIsAllOrNothingAndOnce) {
-  build(4, 0);
+  build(2, 0);
+  EXPECT_EQ(MX_set_compcon_feastol(kc, 0, 1e-6), MX_RC_BAD_SIZE);
+  EXPECT_EQ(out->take(),
+            "ERROR: There are currently no complementarity constraints in the model.\n"
+            "       First call MX_set_compcons() before calling MX_set_compcon_feastols().\n");
+  fresh(4, 0);
   const int types[2] = {0, 0}, a[2] = {0, 1}, b[2] = {2, 1};
   EXPECT_EQ(MX_set_compcons(kc, 0, nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(MX_set_compcons(kc, 2, types, a, b), MX_RC_BAD_CON_INDEX);
@@ -294,14 +273,6 @@ TEST_F(Model, ComplementarityIsAllOrNothingAndOnce) {
   const int three[3] = {0, 1, 0};
   const double tols[3] = {1e-6, 1e-6, 1e-6};
   EXPECT_EQ(MX_set_compcon_feastols(kc, 3, three, tols), MX_RC_BAD_SIZE);
-}
-
-TEST_F(Model, CompconDataNeedsPairsFirst) {
-  build(2, 0);
-  EXPECT_EQ(MX_set_compcon_feastol(kc, 0, 1e-6), MX_RC_BAD_SIZE);
-  EXPECT_EQ(out->take(),
-            "ERROR: There are currently no complementarity constraints in the model.\n"
-            "       First call MX_set_compcons() before calling MX_set_compcon_feastols().\n");
 }
 
 TEST_F(Model, MipPrioritiesAndStrategiesFollowVariableTypes) {
