@@ -222,10 +222,6 @@ TEST_F(Reports, ModelClassHintsFollowTheirConditions) {
   EXPECT_EQ(cap.take(), "");
 }
 
-}  // namespace
-
-namespace {
-
 TEST_F(Reports, DebugFilesOpenPerAlgorithmFamilyWithTheChildsNumber) {
   EXPECT_EQ(addIntSuffixToFilePath("mxdbg_summIP.log", 3), "mxdbg_summIP_3.log");
   EXPECT_EQ(addIntSuffixToFilePath("out.d/trace", 12), "out.d/trace_12");
