@@ -111,8 +111,7 @@ TEST_F(OptionFiles, SaveThenLoadReproducesEveryOption) {
   MX_context_ptr fresh = nullptr;
   ASSERT_EQ(MX_new(&fresh), 0);
   ASSERT_EQ(MX_save_param_file(fresh, "defaults.txt"), 0);
-  std::ifstream in("defaults.txt");
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::string text = slurp("defaults.txt");
   EXPECT_NE(text.find("\n# outname                   .\n"), std::string::npos);
   EXPECT_EQ(text.rfind("# Morvex ", 0), 0u);
   EXPECT_EQ(MX_load_param_file(fresh, "defaults.txt"), 0);

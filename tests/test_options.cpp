@@ -17,6 +17,7 @@
 #include "interface/context.h"
 #include "morvex.h"
 #include "options/options.h"
+#include "scratch_context.h"
 
 namespace {
 
@@ -283,10 +284,7 @@ TEST_F(Options, JsonDescriptionParsesWithOneEntryPerRow) {
   const std::string path = testing::TempDir() + "morvex_options.json";
   ASSERT_EQ(MX_write_param_desc_file(mx, path.c_str()), 0);
   EXPECT_EQ(out, "Writing options description JSON to " + path + "\n");
-  std::ifstream in(path);
-  std::stringstream text;
-  text << in.rdbuf();
-  cJSON *root = cJSON_Parse(text.str().c_str());
+  cJSON *root = cJSON_Parse(slurp(path).c_str());
   ASSERT_NE(root, nullptr);
   ASSERT_EQ(cJSON_GetArraySize(root), MX_NUM_PARAM_SPECS);
   const std::set<std::string> types = {"integer", "float", "string", "enum"};
