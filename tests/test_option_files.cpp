@@ -21,16 +21,6 @@ namespace {
 
 struct OptionFiles : ScratchContext {
   static void write(const char *name, const std::string &text) { std::ofstream(name) << text; }
-  int intOpt(int id) {
-    int v = 0;
-    EXPECT_EQ(MX_get_int_param(kc, id, &v), 0);
-    return v;
-  }
-  double dblOpt(int id) {
-    double v = 0;
-    EXPECT_EQ(MX_get_double_param(kc, id, &v), 0);
-    return v;
-  }
 };
 
 TEST_F(OptionFiles, CommentsBlankLinesEnumNamesAndHexLoad) {
@@ -47,12 +37,12 @@ TEST_F(OptionFiles, CommentsBlankLinesEnumNamesAndHexLoad) {
   PrintCapture cap(kc);
   EXPECT_EQ(MX_load_param_file(kc, "opts.txt"), 0);
   EXPECT_EQ(cap.take(), "");
-  EXPECT_EQ(intOpt(MX_PARAM_ALGORITHM), 1);
-  EXPECT_EQ(intOpt(MX_PARAM_HESSOPT), 2);
-  EXPECT_EQ(intOpt(MX_PARAM_MAXIT), 16);
-  EXPECT_EQ(dblOpt(MX_PARAM_FEASTOL), 1e-8);
+  EXPECT_EQ(kc->opt.algorithm, 1);
+  EXPECT_EQ(kc->opt.hessopt, 2);
+  EXPECT_EQ(kc->opt.maxit, 16);
+  EXPECT_EQ(kc->opt.feastol, 1e-8);
   EXPECT_EQ(kc->opt.outname, "run.log");
-  EXPECT_EQ(intOpt(MX_PARAM_BAR_MURULE), 2);
+  EXPECT_EQ(kc->opt.bar_murule, 2);
 
   write("empty.txt", "");
   EXPECT_EQ(MX_load_param_file(kc, "empty.txt"), 0);
@@ -150,12 +140,12 @@ TEST_F(OptionFiles, BadLinesReportAndTheOthersApply) {
             "Extra tokens for outname, line 11\n"
             "MXL_load_param_file missing argument for 'maxit', line 12\n"
             "WARNING:  Option 'alg' deprecated, please use 'algorithm'.\n");
-  EXPECT_EQ(dblOpt(MX_PARAM_FEASTOL), 1e-7);
-  EXPECT_EQ(intOpt(MX_PARAM_ALGORITHM), 3);
-  EXPECT_EQ(intOpt(MX_PARAM_BAR_MURULE), 2);
-  EXPECT_EQ(intOpt(MX_PARAM_HESSOPT), 0);
-  EXPECT_EQ(intOpt(MX_PARAM_MAXIT), 0);
-  EXPECT_EQ(intOpt(MX_PARAM_LMSIZE), 10);
+  EXPECT_EQ(kc->opt.feastol, 1e-7);
+  EXPECT_EQ(kc->opt.algorithm, 3);
+  EXPECT_EQ(kc->opt.bar_murule, 2);
+  EXPECT_EQ(kc->opt.hessopt, 0);
+  EXPECT_EQ(kc->opt.maxit, 0);
+  EXPECT_EQ(kc->opt.lmsize, 10);
   EXPECT_TRUE(kc->opt.outname.empty());
   EXPECT_EQ(kc->fatalError, 0);
 
@@ -270,11 +260,11 @@ TEST_F(OptionFiles, IllegalValuesFromSettersAreRepairedAtTheSolve) {
             "          Changing 'lmsize' from 0 to 10.\n"
             "WARNING:  Detected an illegal value for a user option.\n"
             "          Changing 'opttol' from nan to 1e-06.\n");
-  EXPECT_EQ(intOpt(MX_PARAM_LMSIZE), 10);
-  EXPECT_EQ(intOpt(MX_PARAM_HESSOPT), 0);
-  EXPECT_EQ(intOpt(MX_PARAM_ALGORITHM), -2);
-  EXPECT_EQ(dblOpt(MX_PARAM_MAXTIME_CPU), 100.0);
-  EXPECT_EQ(dblOpt(MX_PARAM_MAXTIME_REAL), 50.0);
+  EXPECT_EQ(kc->opt.lmsize, 10);
+  EXPECT_EQ(kc->opt.hessopt, 0);
+  EXPECT_EQ(kc->opt.algorithm, -2);
+  EXPECT_EQ(kc->opt.maxtime_cpu, 100.0);
+  EXPECT_EQ(kc->opt.maxtime_real, 50.0);
   chkspecs(kc);
   EXPECT_EQ(cap.take(), "");
 }
