@@ -392,8 +392,7 @@ TEST_F(Resolve, ChangesMergeIntoTheJacobianAndLeaveTheHessian) {
   EXPECT_EQ(jacAt(1, 0), 0.0);
   // Items added after a solve: the patterns get their rows at the next one.
   solved();
-  ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
-  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  build(1, 1);
   ASSERT_EQ(prepare(), 0);
   EXPECT_EQ(kc->pat.jac.rowPtr.size(), 4u);
   EXPECT_EQ(kc->pat.hess.rowPtr.size(), 5u);

@@ -37,8 +37,7 @@ struct Solve : EvalModel {
   // c1 = 3 x0 x2 + x1           (quadratic + linear)
   // c2 = ||(x0, x1)|| - x2 <= 0 (L2 norm + linear)
   void buildMixed() {
-    ASSERT_EQ(MX_add_vars(kc, 3, nullptr), 0);
-    ASSERT_EQ(MX_add_cons(kc, 3, nullptr), 0);
+    build(3, 3);
     const double x0[] = {1, 2, 3};
     ASSERT_EQ(MX_set_var_primal_init_values_all(kc, x0), 0);
     ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 2.0), 0);
@@ -223,8 +222,7 @@ TEST_F(CallbackFailure, EvaluationLimitDependsOnFeasibility) {
 }
 
 TEST_F(Solve, CrossedBoundsAreReportedAndCanBeRepaired) {
-  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  build(2, 1);
   const int cv[] = {0, 1};
   const double ck[] = {1, 1};
   ASSERT_EQ(MX_add_con_linear_struct_one(kc, 2, 0, cv, ck), 0);
@@ -410,8 +408,7 @@ TEST_F(Solve, IllegalHessianOptionAndHugeBoundsAreReported) {
 // and never touch the user's option slots.
 TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
   // LP: 0 <= x, x0 + x1 >= 1, minimize x0 + 2 x1.
-  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  build(2, 1);
   const int v[] = {0, 1};
   const double k[] = {1, 1}, zero[] = {0, 0};
   ASSERT_EQ(MX_set_var_lobnds_all(kc, zero), 0);
@@ -443,8 +440,7 @@ TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
 }
 
 TEST_F(Solve, ChoicesThatTheModelRulesOutAreCorrected) {
-  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  build(2, 1);
   const int v[] = {0, 1};
   const double k[] = {1, -1};
   ASSERT_EQ(MX_add_con_linear_struct_one(kc, 2, 0, v, k), 0);
