@@ -102,15 +102,14 @@ TEST_F(Model, GettersReportErrorsWithoutPoisoning) {
   EXPECT_EQ(v[0], MX_INFINITY);
 }
 
-TEST_F(Model, BoundsAcceptTheLargestDoubleButNotIeeeInfinity) {
+// Bounds take the largest double but not IEEE infinity; a binary type
+// resets the bounds; a bad type is fatal.
+TEST_F(Model, BoundsAndTypes) {
   build(1, 1);
   EXPECT_EQ(MX_set_var_upbnd(kc, 0, MX_INFINITY), 0);
   EXPECT_EQ(MX_set_con_eqbnd(kc, 0, kInf), MX_RC_BAD_CON_BOUND);
   EXPECT_EQ(out->take(), "ERROR: The equality bound specified for constraint index 0 is undefined.\n");
-}
-
-TEST_F(Model, BinaryTypeResetsBoundsAndBadTypeIsFatal) {
-  build(2, 0);
+  fresh(2, 0);
   ASSERT_EQ(MX_set_var_lobnd(kc, 0, -5.0), 0);
   ASSERT_EQ(MX_set_var_type(kc, 0, MX_VARTYPE_BINARY), 0);
   EXPECT_EQ(kc->var.lo[0], 0.0);
@@ -166,7 +165,7 @@ TEST_F(Model, ScalingsKeepOrResetAsTheirFamilyRequires) {
             "ERROR: Both parameters xScaleFactors and xScaleCenters passed to MX_set_var_scalings() are NULL.\n");
 }
 
-TEST_F(Model, MultipliersKeepTheirPlaceWhenTheModelGrows) {
+TEST_F(Model, GrowingTheModelKeepsMultipliersAndNumbersTheNewItems) {
   build(2, 1);
   ASSERT_EQ(MX_set_var_dual_init_value(kc, 1, 7.0), 0);
   ASSERT_EQ(MX_set_con_dual_init_value(kc, 0, 3.0), 0);
@@ -178,9 +177,8 @@ TEST_F(Model, MultipliersKeepTheirPlaceWhenTheModelGrows) {
   EXPECT_EQ(kc->lambda[3 + 2], 0.0);
   EXPECT_EQ(kc->var.lo.size(), 3u);
   EXPECT_EQ(kc->con.type[2], MX_CONTYPE_NONE);
-}
-
-TEST_F(Model, AddReturnsTheNewIndices) {
+  // Adds return the new indices.
+  fresh();
   int first[2], next[3], one = -1;
   ASSERT_EQ(MX_add_vars(kc, 2, first), 0);
   ASSERT_EQ(MX_add_vars(kc, 3, next), 0);
