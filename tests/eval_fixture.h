@@ -24,6 +24,12 @@ struct EvalModel : testing::Test {
     ASSERT_EQ(MX_add_vars(kc, n, nullptr), 0);
     ASSERT_EQ(MX_add_cons(kc, m, nullptr), 0);
   }
+  // A new context in place of the current one; with n >= 0, built as above.
+  void fresh(int n = -1, int m = 0) {
+    TearDown();
+    SetUp();
+    if (n >= 0) build(n, m);
+  }
   // The structure steps of a solve: constants, merge, constant constraints.
   int prepare() {
     if (kc->changeLevel != 0) mxLoadConstants(kc);

@@ -29,15 +29,10 @@ inline void kktAdd(KktCase &k, int i, int j, double v) {
 
 inline std::vector<double> kktEigenvalues(std::vector<double> a, int n) {
   std::vector<double> w(static_cast<size_t>(n));
-  int lwork = -1, liwork = -1, info = 0, iq = 0;
-  double q = 0;
-  dsyevd_("N", "L", &n, a.data(), &n, w.data(), &q, &lwork, &iq, &liwork, &info, 1, 1);
-  lwork = static_cast<int>(q);
-  liwork = std::max(iq, 1);
+  int lwork = 1 + 2 * n, liwork = 1, info = 0;  // the sizes dsyevd needs for eigenvalues only
   std::vector<double> work(static_cast<size_t>(lwork));
-  std::vector<int> iwork(static_cast<size_t>(liwork));
-  dsyevd_("N", "L", &n, a.data(), &n, w.data(), work.data(), &lwork, iwork.data(), &liwork,
-          &info, 1, 1);
+  std::vector<int> iwork(1);
+  dsyevd_("N", "L", &n, a.data(), &n, w.data(), work.data(), &lwork, iwork.data(), &liwork, &info, 1, 1);
   return w;
 }
 
@@ -111,7 +106,6 @@ inline KktCase kktGrid(int g, int rows) {
   for (int r = 0; r < rows; ++r) kktAdd(k, nh + r, nh + r, -1e-2);
   return k;
 }
-
 
 struct EngineRun {
   LinFactorInfo info;

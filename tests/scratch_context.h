@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "morvex.h"
@@ -27,3 +29,10 @@ struct ScratchContext : testing::Test {
     std::system(("rm -rf " + dir).c_str());
   }
 };
+
+// The whole content of a file ("" when it cannot be read).
+inline std::string slurp(const std::string &path) {
+  std::stringstream s;
+  s << std::ifstream(path).rdbuf();
+  return s.str();
+}

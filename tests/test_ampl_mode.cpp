@@ -71,17 +71,6 @@ TEST(AmplMode, SolvedModelsOfEachCollectionReadBack) {
   if (solved == 0) GTEST_SKIP() << "no .nl collections under " << kData << "; skipping";
 }
 
-// HS71's published solution.
-TEST(AmplMode, SolutionFileOfHs071IsThePublishedPoint) {
-  const std::string source = kData + "/nl-cute-pyomo-ampl/hs071.nl";
-  if (!present(source)) GTEST_SKIP() << source << " not found; skipping";
-  AmplSolve a = toolSolveAmpl(source, "outlev=0");
-  ASSERT_TRUE(a.solRead) << a.run.output;
-  const double xStar[] = {1.0, 4.74299963, 3.82114998, 1.37940829};
-  ASSERT_EQ(a.x.size(), 4u);
-  for (size_t j = 0; j < 4; ++j) EXPECT_NEAR(a.x[j], xStar[j], 1e-5) << "x[" << j << "]";
-}
-
 // The mixed-integer solver is not built: the one model of the Bonmin folder
 // (integer variables) ends with -600, reported to AMPL as a failure.
 TEST(AmplMode, IntegerModelEndsAsNotBuilt) {

@@ -39,6 +39,22 @@ Coo randomCoo(std::mt19937 &rng, int rows, int cols, int nnz) {
   return a;
 }
 
+// Compressed rows (or columns) of a coordinate matrix, values placed
+// through the permutation the conversion returns.
+struct Compressed {
+  std::vector<nnzint> start, perm;
+  std::vector<int> index;
+  std::vector<double> val;
+  Compressed(int rows, int cols, const std::vector<int> &r, const std::vector<int> &c, const std::vector<double> &v,
+             bool byColumns = false)
+      : start(static_cast<size_t>(byColumns ? cols : rows) + 1), perm(v.size()), index(v.size()), val(v.size()) {
+    const nnzint nnz = static_cast<nnzint>(v.size());
+    (byColumns ? coordinateToCCS : coordinateToCRS)(nullptr, rows, cols, nnz, r.data(), c.data(), start.data(),
+                                                    index.data(), perm.data());
+    compressedCopyValues(nnz, perm.data(), v.data(), val.data());
+  }
+};
+
 void expectNear(const std::vector<double> &a, const std::vector<double> &b) {
   ASSERT_EQ(a.size(), b.size());
   for (size_t i = 0; i < a.size(); ++i) EXPECT_NEAR(a[i], b[i], 1e-13) << i;
@@ -64,42 +80,32 @@ TEST(SparseOps, ProductsMatchDenseOnCoordinateAndCompressedForms) {
   expectNear(z, ref5);
 
   // Compressed rows: ordered, with the values placed through perm.
-  std::vector<nnzint> start(8), perm(static_cast<size_t>(nnz));
-  std::vector<int> index(static_cast<size_t>(nnz));
-  std::vector<double> val(static_cast<size_t>(nnz));
-  coordinateToCRS(nullptr, 7, 5, nnz, a.row.data(), a.col.data(), start.data(), index.data(),
-                  perm.data());
-  compressedCopyValues(nnz, perm.data(), a.val.data(), val.data());
-  EXPECT_EQ(start[7], nnz);
-  EXPECT_TRUE(indicesAreOrdered64(8, start.data()));
+  Compressed r(7, 5, a.row, a.col, a.val);
+  EXPECT_EQ(r.start[7], nnz);
+  EXPECT_TRUE(indicesAreOrdered64(8, r.start.data()));
   for (int i = 0; i < 7; ++i)
-    EXPECT_TRUE(indicesAreOrdered(start[i + 1] - start[i], index.data() + start[i])) << i;
-  for (nnzint k = 0; k < nnz; ++k) EXPECT_EQ(index[perm[k]], a.col[k]);
-  multiplyAv_csr(nullptr, 7, start.data(), index.data(), val.data(), v.data(), y.data());
+    EXPECT_TRUE(indicesAreOrdered(r.start[i + 1] - r.start[i], r.index.data() + r.start[i])) << i;
+  for (nnzint k = 0; k < nnz; ++k) EXPECT_EQ(r.index[r.perm[k]], a.col[k]);
+  multiplyAv_csr(nullptr, 7, r.start.data(), r.index.data(), r.val.data(), v.data(), y.data());
   expectNear(y, ref7);
-  multiplyATv_csr(nullptr, 7, 5, start.data(), index.data(), val.data(), w.data(), z.data());
+  multiplyATv_csr(nullptr, 7, 5, r.start.data(), r.index.data(), r.val.data(), w.data(), z.data());
   expectNear(z, ref5);
 
   // Compressed columns hold the transpose's rows.
-  std::vector<nnzint> cstart(6);
-  coordinateToCCS(nullptr, 7, 5, nnz, a.row.data(), a.col.data(), cstart.data(), index.data(),
-                  perm.data());
-  compressedCopyValues(nnz, perm.data(), a.val.data(), val.data());
-  multiplyAv_csr(nullptr, 5, cstart.data(), index.data(), val.data(), w.data(), z.data());
+  const Compressed c(7, 5, a.row, a.col, a.val, true);
+  multiplyAv_csr(nullptr, 5, c.start.data(), c.index.data(), c.val.data(), w.data(), z.data());
   expectNear(z, ref5);
 
   // A'DA from the compressed rows, twice with different values: the second
   // pass must not see leftovers of the first.
   AtaPattern pat;
-  coordinateToCRS(nullptr, 7, 5, nnz, a.row.data(), a.col.data(), start.data(), index.data(),
-                  perm.data());
-  const nnzint nAta = getNnzATA_CSR(7, 5, start.data(), index.data(), &pat);
+  const nnzint nAta = getNnzATA_CSR(7, 5, r.start.data(), r.index.data(), &pat);
   std::vector<double> ata(static_cast<size_t>(nAta)), d(7);
   for (int pass = 0; pass < 2; ++pass) {
     for (int i = 0; i < 7; ++i) d[i] = pass + 0.5 + i;
-    compressedCopyValues(nnz, perm.data(), a.val.data(), val.data());
-    for (double &x : val) x *= 1 + pass;
-    multiplyATA_CSR(7, start.data(), index.data(), val.data(), d.data(), pat, ata.data());
+    compressedCopyValues(nnz, r.perm.data(), a.val.data(), r.val.data());
+    for (double &x : r.val) x *= 1 + pass;
+    multiplyATA_CSR(7, r.start.data(), r.index.data(), r.val.data(), d.data(), pat, ata.data());
     for (int j = 0; j < 5; ++j) {
       EXPECT_TRUE(indicesAreOrdered(pat.start[j + 1] - pat.start[j], pat.col.data() + pat.start[j]));
       for (nnzint p = pat.start[j]; p < pat.start[j + 1]; ++p) {
@@ -129,13 +135,8 @@ TEST(SparseOps, SymmetricTriangleProductsAndViews) {
   std::vector<int> ur = k.row, uc = k.col;
   extractUpperTriangleCoo(nnz, ur.data(), uc.data());
   for (nnzint e = 0; e < nnz; ++e) EXPECT_LE(ur[e], uc[e]);
-  std::vector<nnzint> start(k.n + 1), perm(static_cast<size_t>(nnz));
-  std::vector<int> index(static_cast<size_t>(nnz));
-  std::vector<double> val(static_cast<size_t>(nnz));
-  coordinateToCRS(nullptr, k.n, k.n, nnz, ur.data(), uc.data(), start.data(), index.data(),
-                  perm.data());
-  compressedCopyValues(nnz, perm.data(), k.val.data(), val.data());
-  multiplyHv_csr(nullptr, k.n, start.data(), index.data(), val.data(), v.data(), y.data());
+  const Compressed u(k.n, k.n, ur, uc, k.val);
+  multiplyHv_csr(nullptr, k.n, u.start.data(), u.index.data(), u.val.data(), v.data(), y.data());
   expectNear(y, ref);
 
   // Both triangles: a plain product gives H v.

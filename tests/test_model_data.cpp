@@ -1,36 +1,20 @@
 // Model data through the public calls: the call frame, poisoning, the three
-// forms of a family, and the per-family rules on values.
-#include <gtest/gtest.h>
-
+// forms of a family, and the per-family rules on values; structure calls:
+// what they refuse, what they do to types and phases, and the checks of the
+// merge.
 #include <cmath>
 #include <limits>
 #include <string>
 
-#include "capture.h"
-#include "interface/constants.h"
-#include "morvex.h"
+#include "eval_fixture.h"
+#include "interface/structures.h"
 
 namespace {
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
 
-struct Model : testing::Test {
-  MX_context_ptr kc = nullptr;
-  PrintCapture *out = nullptr;
-  void SetUp() override {
-    ASSERT_EQ(MX_new(&kc), 0);
-    out = new PrintCapture(kc);
-  }
-  void TearDown() override {
-    EXPECT_EQ(MX_free(&kc), 0);
-    delete out;
-  }
-  void build(int n, int m) {
-    ASSERT_EQ(MX_add_vars(kc, n, nullptr), 0);
-    ASSERT_EQ(MX_add_cons(kc, m, nullptr), 0);
-  }
-};
+using Model = EvalModel;
 
 TEST_F(Model, FatalErrorPoisonsEveryCheckedCallButFree) {
   build(3, 2);
@@ -70,13 +54,13 @@ TEST_F(Model, BadHandlesAreRefusedWithoutTouchingTheContext) {
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
 }
 
+// A family must be added before its data is set, though an empty add
+// opens it; zero counts need no arrays.
 TEST_F(Model, CallOrderIsCheckedAndFatal) {
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), MX_RC_ILLEGAL_CALL);
   EXPECT_EQ(out->take(), "ERROR: MX_add_var*() must be called before MX_set_var_lobnds().\n");
   EXPECT_EQ(kc->fatalError, 1);
-}
-
-TEST_F(Model, EmptyAddOpensTheFamilyAndZeroCountsNeedNoArrays) {
+  fresh();
   ASSERT_EQ(MX_add_vars(kc, 0, nullptr), 0);
   EXPECT_EQ(MX_set_var_lobnds(kc, 0, nullptr, nullptr), 0);
   EXPECT_EQ(MX_set_var_lobnds_all(kc, nullptr), 0);
@@ -89,18 +73,13 @@ TEST_F(Model, CountAndPointerErrorsNameTheArgument) {
   const int idx[1] = {0};
   EXPECT_EQ(MX_set_con_upbnds(kc, 1, idx, nullptr), MX_RC_NULL_POINTER);
   EXPECT_EQ(out->take(), "ERROR: Parameter cUpBnds passed to MX_set_con_upbnds() is NULL.\n");
-  ASSERT_EQ(MX_free(&kc), 0);
-  ASSERT_EQ(MX_new(&kc), 0);
-  PrintCapture cap(kc);
-  build(2, 1);
+  fresh(2, 1);
   EXPECT_EQ(MX_set_var_types(kc, -1, idx, idx), MX_RC_BAD_SIZE);
-  EXPECT_EQ(cap.take(), "ERROR: The number of variables passed to MX_set_var_types() must be non-negative.\n");
+  EXPECT_EQ(out->take(), "ERROR: The number of variables passed to MX_set_var_types() must be non-negative.\n");
   EXPECT_EQ(MX_set_var_types(kc, 0, nullptr, nullptr), MX_RC_ILLEGAL_CALL);
-  EXPECT_EQ(cap.take(), "");
-}
-
-TEST_F(Model, IndexOutOfRangeGivesTheKindsCode) {
-  build(2, 2);
+  EXPECT_EQ(out->take(), "");
+  // An index out of range gives the code of its kind.
+  fresh(2, 2);
   EXPECT_EQ(MX_set_con_lobnd(kc, 2, 0.0), MX_RC_BAD_CON_INDEX);
   EXPECT_EQ(out->take(),
             "ERROR: Constraint index 2 outside of range.\n"
@@ -123,15 +102,14 @@ TEST_F(Model, GettersReportErrorsWithoutPoisoning) {
   EXPECT_EQ(v[0], MX_INFINITY);
 }
 
-TEST_F(Model, BoundsAcceptTheLargestDoubleButNotIeeeInfinity) {
+// Bounds take the largest double but not IEEE infinity; a binary type
+// resets the bounds; a bad type is fatal.
+TEST_F(Model, BoundsAndTypes) {
   build(1, 1);
   EXPECT_EQ(MX_set_var_upbnd(kc, 0, MX_INFINITY), 0);
   EXPECT_EQ(MX_set_con_eqbnd(kc, 0, kInf), MX_RC_BAD_CON_BOUND);
   EXPECT_EQ(out->take(), "ERROR: The equality bound specified for constraint index 0 is undefined.\n");
-}
-
-TEST_F(Model, BinaryTypeResetsBoundsAndBadTypeIsFatal) {
-  build(2, 0);
+  fresh(2, 0);
   ASSERT_EQ(MX_set_var_lobnd(kc, 0, -5.0), 0);
   ASSERT_EQ(MX_set_var_type(kc, 0, MX_VARTYPE_BINARY), 0);
   EXPECT_EQ(kc->var.lo[0], 0.0);
@@ -187,7 +165,7 @@ TEST_F(Model, ScalingsKeepOrResetAsTheirFamilyRequires) {
             "ERROR: Both parameters xScaleFactors and xScaleCenters passed to MX_set_var_scalings() are NULL.\n");
 }
 
-TEST_F(Model, MultipliersKeepTheirPlaceWhenTheModelGrows) {
+TEST_F(Model, GrowingTheModelKeepsMultipliersAndNumbersTheNewItems) {
   build(2, 1);
   ASSERT_EQ(MX_set_var_dual_init_value(kc, 1, 7.0), 0);
   ASSERT_EQ(MX_set_con_dual_init_value(kc, 0, 3.0), 0);
@@ -199,9 +177,8 @@ TEST_F(Model, MultipliersKeepTheirPlaceWhenTheModelGrows) {
   EXPECT_EQ(kc->lambda[3 + 2], 0.0);
   EXPECT_EQ(kc->var.lo.size(), 3u);
   EXPECT_EQ(kc->con.type[2], MX_CONTYPE_NONE);
-}
-
-TEST_F(Model, AddReturnsTheNewIndices) {
+  // Adds return the new indices.
+  fresh();
   int first[2], next[3], one = -1;
   ASSERT_EQ(MX_add_vars(kc, 2, first), 0);
   ASSERT_EQ(MX_add_vars(kc, 3, next), 0);
@@ -229,6 +206,7 @@ TEST_F(Model, NamesRoundTripAndRespectBufferSize) {
   EXPECT_EQ(out->take(), "ERROR: The number of contraints passed to MX_get_con_names() must be non-negative.\n");
 }
 
+// Changes are for after a first solve, properties for before it.
 TEST_F(Model, RestartRulesSeparateTheTwoPhases) {
   build(1, 1);
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
@@ -237,11 +215,8 @@ TEST_F(Model, RestartRulesSeparateTheTwoPhases) {
             "ERROR: MX_chg_obj_constant() can only be called to modify the existing problem\n"
             "       after an initial solve has been performed.\n");
   EXPECT_EQ(kc->fatalError, 1);
-}
-
-TEST_F(Model, PropertiesAreBarredAfterASolve) {
-  build(1, 1);
-  kc->changeLevel = -1;  // as a finished solve leaves it
+  fresh(1, 1);
+  solved();
   EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
   EXPECT_EQ(MX_set_obj_property(kc, 1), MX_RC_ILLEGAL_CALL);
   EXPECT_EQ(out->take(),
@@ -274,7 +249,12 @@ TEST_F(Model, ConstantsWaitForTheNextSolveAfterAFirstOne) {
 }
 
 TEST_F(Model, ComplementarityIsAllOrNothingAndOnce) {
-  build(4, 0);
+  build(2, 0);
+  EXPECT_EQ(MX_set_compcon_feastol(kc, 0, 1e-6), MX_RC_BAD_SIZE);
+  EXPECT_EQ(out->take(),
+            "ERROR: There are currently no complementarity constraints in the model.\n"
+            "       First call MX_set_compcons() before calling MX_set_compcon_feastols().\n");
+  fresh(4, 0);
   const int types[2] = {0, 0}, a[2] = {0, 1}, b[2] = {2, 1};
   EXPECT_EQ(MX_set_compcons(kc, 0, nullptr, nullptr, nullptr), 0);
   EXPECT_EQ(MX_set_compcons(kc, 2, types, a, b), MX_RC_BAD_CON_INDEX);
@@ -294,14 +274,6 @@ TEST_F(Model, ComplementarityIsAllOrNothingAndOnce) {
   const int three[3] = {0, 1, 0};
   const double tols[3] = {1e-6, 1e-6, 1e-6};
   EXPECT_EQ(MX_set_compcon_feastols(kc, 3, three, tols), MX_RC_BAD_SIZE);
-}
-
-TEST_F(Model, CompconDataNeedsPairsFirst) {
-  build(2, 0);
-  EXPECT_EQ(MX_set_compcon_feastol(kc, 0, 1e-6), MX_RC_BAD_SIZE);
-  EXPECT_EQ(out->take(),
-            "ERROR: There are currently no complementarity constraints in the model.\n"
-            "       First call MX_set_compcons() before calling MX_set_compcon_feastols().\n");
 }
 
 TEST_F(Model, MipPrioritiesAndStrategiesFollowVariableTypes) {
@@ -346,6 +318,233 @@ TEST(ModelOlderFamily, ContextWithoutModelLayerRefusesModelCalls) {
   EXPECT_EQ(MXL_free(nullptr), MX_RC_BAD_KCPTR);
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "WARNING: MX_free()/MXL_free() was passed a NULL handle (pointer to pointer).\n");
+}
+
+int noop(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr, MX_eval_result_ptr, void *) { return 0; }
+
+using Structures = EvalModel;
+
+TEST_F(Structures, LinearEntriesAreCheckedWholeBeforeAnythingIsStored) {
+  struct Case {
+    int con, var;
+    double coef;
+    int code;
+    const char *text;
+  } cases[] = {
+      {0, 2, 1.0, MX_RC_BAD_VAR_INDEX, "ERROR: Variable index 2 outside of range.\n"},
+      {-1, 0, 1.0, MX_RC_BAD_CON_INDEX, "ERROR: Constraint index -1 outside of range.\n"},
+      {1, 1, kNaN, MX_RC_BAD_CONSTRAINT,
+       "ERROR: Coefficient 1 corresponding to constraint 1 and variable 1.\n       is undefined.\n"},
+  };
+  for (const Case &k : cases) {
+    fresh(2, 2);
+    const int cons[2] = {0, k.con}, vars[2] = {1, k.var};
+    const double coefs[2] = {3.0, k.coef};
+    EXPECT_EQ(MX_add_con_linear_struct(kc, 2, cons, vars, coefs), k.code);
+    EXPECT_EQ(out->take(), k.text);
+    EXPECT_EQ(kc->fatalError, 1);
+    EXPECT_TRUE(!kc->model->linear || kc->model->linear->jac.vars.empty()) << "nothing stored";
+    EXPECT_EQ(kc->con.type[0], MX_CONTYPE_NONE);
+  }
+  const int v[1] = {0};
+  const double nan[1] = {kNaN};
+  fresh(2, 0);
+  EXPECT_EQ(MX_add_obj_linear_struct(kc, 1, v, nan), MX_RC_BAD_OBJECTIVE);
+  EXPECT_EQ(out->take(), "ERROR: Objective coefficient 0 corresponding to variable 0.\n       is undefined.\n");
+}
+
+TEST_F(Structures, CountsPointersAndPhasesFollowTheFrame) {
+  build(2, 2);
+  const int idx[1] = {0};
+  EXPECT_EQ(MX_add_con_linear_struct(kc, 0, nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(MX_add_con_linear_struct(kc, 1, idx, nullptr, nullptr), MX_RC_NULL_POINTER);
+  EXPECT_EQ(out->take(), "ERROR: Parameter indexVars passed to MX_add_con_linear_struct() is NULL.\n");
+  fresh(2, 2);
+  EXPECT_EQ(MX_add_con_quadratic_struct_one(kc, -1, 0, idx, idx, nullptr), MX_RC_BAD_SIZE);
+  EXPECT_EQ(out->take(),
+            "ERROR: The number of nonzero elements passed to MX_add_con_quadratic_struct_one() must be non-negative.\n");
+  // The phase rules (their messages are checked with the model data).
+  fresh(2, 2);
+  EXPECT_EQ(MX_del_con_linear_term(kc, 0, 0), MX_RC_ILLEGAL_CALL);  // a change before any solve
+  fresh(2, 2);
+  solved();
+  EXPECT_EQ(MX_add_obj_quadratic_term(kc, 0, 1, 1.0), MX_RC_ILLEGAL_CALL);  // a structure after one
+}
+
+TEST_F(Structures, TypesFollowTheStructureAdded) {
+  build(3, 4);
+  ASSERT_EQ(MX_add_con_linear_term(kc, 0, 1, 0.0), 0);  // zero: checked, skipped
+  EXPECT_EQ(kc->con.type[0], MX_CONTYPE_NONE);
+  ASSERT_EQ(MX_add_con_linear_term(kc, 1, 1, 2.0), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(kc, 1, 2, 0, 1.0), 0);
+  EXPECT_EQ(kc->con.type[1], MX_CONTYPE_QUADRATIC);
+  MX_cb_context_ptr cb = nullptr;
+  ASSERT_EQ(MX_add_eval_callback_one(kc, 2, noop, &cb), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(kc, 2, 1, 1, 1.0), 0);
+  EXPECT_EQ(kc->con.type[2], MX_CONTYPE_GENERAL);
+  ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 1.0), 0);
+  EXPECT_EQ(kc->obj.type, MX_OBJTYPE_LINEAR);
+  ASSERT_EQ(MX_add_obj_quadratic_term(kc, 2, 1, 1.0), 0);
+  EXPECT_EQ(kc->obj.type, MX_OBJTYPE_QUADRATIC);
+  // Stored as Hessian entries of the upper triangle.
+  const MxQuadTerms &q = kc->model->quadratic->con;
+  EXPECT_EQ(q.vars1[0], 0);
+  EXPECT_EQ(q.vars2[0], 2);
+  EXPECT_EQ(q.values[1], 2.0);
+  EXPECT_EQ(MX_add_con_L2norm(kc, 1, 1, 0, nullptr, nullptr, nullptr, nullptr), MX_RC_BAD_CONSTRAINT);
+  EXPECT_EQ(out->take(),
+            "ERROR: Currently L2 norm structure may only be added to constraints\n"
+            "       with linear or constant structure.\n");
+}
+
+TEST_F(Structures, L2NormWithoutMatrixIsAConstant) {
+  build(2, 2);
+  const double b[2] = {3, 4};
+  ASSERT_EQ(MX_add_con_L2norm(kc, 0, 2, 0, nullptr, nullptr, nullptr, b), 0);
+  EXPECT_EQ(out->take(), "WARNING: The matrix passed to MX_add_con_L2norm() is empty.  Adding constant structure.\n");
+  EXPECT_EQ(kc->con.constant[0], 5.0);
+  EXPECT_TRUE(kc->model->conics.empty());
+  EXPECT_EQ(kc->con.type[0], MX_CONTYPE_NONE);
+  const int coords[1] = {2}, vars[1] = {0};
+  const double one[1] = {1};
+  EXPECT_EQ(MX_add_con_L2norm(kc, 1, 2, 1, coords, vars, one, b), MX_RC_BAD_CON_INDEX);
+  EXPECT_EQ(out->take(), "ERROR: L2 norm matrix row/coordinate index 2 in indexCoords[0] outside of range.\n");
+  EXPECT_TRUE(kc->model->conics.empty());
+}
+
+TEST_F(Structures, CallbackListsAreCheckedBeforeTheCallbackExists) {
+  build(2, 3);
+  MX_cb_context_ptr cb = reinterpret_cast<MX_cb_context_ptr>(&cb);
+  const int twice[3] = {0, 2, 0};
+  EXPECT_EQ(MX_add_eval_callback(kc, 0, 3, twice, noop, &cb), MX_RC_BAD_CON_INDEX);
+  EXPECT_EQ(out->take(),
+            "ERROR: Constraint index 0 is specified more than once\n"
+            "       in the array indexCons passed to MX_add_eval_callback().\n");
+  EXPECT_EQ(cb, nullptr);
+  EXPECT_TRUE(kc->model->callbacks.empty());
+  fresh(2, 3);
+  EXPECT_EQ(MX_add_eval_callback(kc, 0, 4, twice, noop, &cb), MX_RC_BAD_SIZE);
+  EXPECT_EQ(out->take(),
+            "ERROR: The number of elements nC passed to MX_add_eval_callback() cannot be greater than 3.\n");
+  fresh(2, 3);
+  EXPECT_EQ(MX_add_eval_callback(kc, 1, 1, twice, nullptr, &cb), MX_RC_NULL_POINTER);
+  EXPECT_EQ(out->take(),
+            "ERROR: Function callback pointer funcCallback passed to MX_add_eval_callback() is NULL.\n");
+}
+
+TEST_F(Structures, PatternCallsCheckAgainstTheCallback) {
+  build(3, 3);
+  MX_cb_context_ptr cb = nullptr;
+  const int cons[2] = {0, 2};
+  ASSERT_EQ(MX_add_eval_callback(kc, 0, 2, cons, noop, &cb), 0);
+  const int jr[2] = {2, 1}, jv[2] = {0, 0};
+  EXPECT_EQ(MX_set_cb_grad(kc, cb, 2, jv, 2, jr, jv, noop), MX_RC_BAD_CON_INDEX);
+  EXPECT_EQ(out->take(),
+            "WARNING: The objective function is not part of the callback in MX_set_cb_grad() (evalObj is FALSE),\n"
+            "         however nV is positive.  The objective gradient sparsity pattern will be ignored.\n"
+            "ERROR: Constraint index 1 for sparse Jacobian element 1 was not set\n"
+            "       as part of the callback through parameter indexCons passed to MX_add_eval_callback().\n");
+  fresh(3, 3);
+  ASSERT_EQ(MX_add_eval_callback(kc, 1, 2, cons, noop, &cb), 0);
+  ASSERT_EQ(MX_set_cb_grad(kc, cb, -1, nullptr, MX_DENSE_COLMAJOR, nullptr, nullptr, noop), 0);
+  EXPECT_EQ(MX_set_cb_grad(kc, cb, -1, nullptr, MX_DENSE_COLMAJOR, nullptr, nullptr, noop), MX_RC_ILLEGAL_CALL);
+  EXPECT_EQ(out->take(),
+            "ERROR: MX_set_cb_grad() has already been called for this callback structure,\n"
+            "       and should only be called once.\n");
+}
+
+TEST_F(Structures, DensePatternsFollowVariablesAddedLater) {
+  build(2, 2);
+  MX_cb_context_ptr cb = nullptr;
+  const int cons[1] = {1};
+  ASSERT_EQ(MX_add_eval_callback(kc, 1, 1, cons, noop, &cb), 0);
+  ASSERT_EQ(MX_set_cb_grad(kc, cb, -1, nullptr, MX_DENSE_COLMAJOR, nullptr, nullptr, noop), 0);
+  ASSERT_EQ(MX_set_cb_hess(kc, cb, MX_DENSE_ROWMAJOR, nullptr, nullptr, noop), 0);
+  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
+  EXPECT_EQ(cb->xRelStepSizes.size(), 4u);
+  MX_nnz nnzJ = 0, nnzH = 0, nnzG = 0;
+  ASSERT_EQ(MX_get_cb_jacobian_nnz(kc, cb, &nnzJ), 0);
+  ASSERT_EQ(MX_get_cb_hessian_nnz(kc, cb, &nnzH), 0);
+  ASSERT_EQ(MX_get_cb_objgrad_nnz(kc, cb, &nnzG), 0);
+  EXPECT_EQ(nnzJ, 4);
+  EXPECT_EQ(nnzH, 10);
+  EXPECT_EQ(nnzG, 4);
+  ASSERT_EQ(prepare(), 0);
+  EXPECT_EQ(kc->pat.jac.nnz, 4);
+  EXPECT_EQ(kc->pat.hess.nnz, 10);
+  EXPECT_EQ(kc->pat.objGrad.nnz(), 4);
+  // Column-major order: the user's k-th value lands on variable k.
+  for (int k = 0; k < 4; ++k) EXPECT_EQ(kc->pat.jac.indexVars[cb->jacPlace[k]], k);
+}
+
+TEST_F(Structures, MergeRefusesRepeatsWithinOneCallbackAndTheLowerTriangle) {
+  build(3, 1);
+  MX_cb_context_ptr cb = nullptr, other = nullptr;
+  const int cons[1] = {0}, jr[2] = {0, 0}, jv[2] = {1, 1}, one[1] = {1};
+  ASSERT_EQ(MX_add_eval_callback(kc, 0, 1, cons, noop, &other), 0);
+  ASSERT_EQ(MX_set_cb_grad(kc, other, 0, nullptr, 1, jr, one, noop), 0);
+  ASSERT_EQ(MX_add_con_linear_term(kc, 0, 1, 2.0), 0);
+  ASSERT_EQ(prepare(), 0);  // the same coordinate from different sources merges
+  EXPECT_EQ(kc->pat.jac.nnz, 1);
+  EXPECT_EQ(kc->pat.jac.source[0], MX_SRC_CALLBACK);
+  ASSERT_EQ(MX_add_eval_callback(kc, 0, 1, cons, noop, &cb), 0);
+  ASSERT_EQ(MX_set_cb_grad(kc, cb, 0, nullptr, 2, jr, jv, noop), 0);
+  EXPECT_EQ(prepare(), MX_RC_BAD_JACOBIAN);
+  EXPECT_EQ(out->take(), "ERROR: Jacobian index [0, 1] defined multiple times.\n");
+  EXPECT_EQ(kc->returnCode, MX_RC_BAD_JACOBIAN);
+  EXPECT_EQ(kc->pat.jac.nnz, 1) << "a failed merge leaves the old pattern";
+  kc->subproblemKind = 1;  // node subproblems skip the check
+  EXPECT_EQ(prepare(), 0);
+  kc->subproblemKind = 0;
+  const int h1[2] = {0, 2}, h2[2] = {1, 0};
+  ASSERT_EQ(MX_set_cb_hess(kc, cb, 2, h1, h2, noop), 0);
+  EXPECT_EQ(prepare(), MX_RC_BAD_HESS_INDEX);
+  EXPECT_EQ(out->take(),
+            "ERROR: Illegal value for Hessian index.\n"
+            "       hessIndexCols,Rows[1] = (2,0) is in the lower triangle.\n");
+  const int d1[2] = {1, 1}, d2[2] = {2, 2};
+  ASSERT_EQ(MX_set_cb_hess(kc, other, 2, d1, d2, noop), 0);
+  cb->hessSet = 0;
+  EXPECT_EQ(prepare(), MX_RC_BAD_HESSIAN);
+  EXPECT_EQ(out->take(), "ERROR: Hessian index [1, 2] defined multiple times.\n");
+}
+
+TEST_F(Structures, ConstantConstraintsAreCheckedAgainstTheirBounds) {
+  build(1, 3);
+  ASSERT_EQ(MX_add_con_constant(kc, 1, 2.0), 0);
+  ASSERT_EQ(MX_set_con_upbnd(kc, 1, 2.0 - 1e-7), 0);  // inside the tolerance
+  ASSERT_EQ(MX_add_con_linear_term(kc, 2, 0, 1.0), 0);
+  ASSERT_EQ(prepare(), 0);
+  EXPECT_EQ(out->take(), "WARNING: 2 constraints are constant or undefined and will be ignored.\n");
+  EXPECT_EQ(kc->con.type[0], MX_CONTYPE_LINEAR);
+  fresh(1, 2);
+  char *names[2] = {const_cast<char *>("budget"), const_cast<char *>("cap")};
+  const int idx[2] = {0, 1};
+  ASSERT_EQ(MX_set_con_names(kc, 2, idx, names), 0);
+  ASSERT_EQ(MX_set_con_upbnd(kc, 1, -1.0), 0);
+  EXPECT_EQ(prepare(), MX_RC_INFEAS_CON_BOUNDS);
+  EXPECT_EQ(out->take(),
+            "ERROR: Constraint cap is constant and\n"
+            "       violates the constraint upper bound =    -1.00000000000000e+00\n");
+  EXPECT_EQ(kc->con.type[0], MX_CONTYPE_NONE) << "nothing retyped after a violation";
+}
+
+TEST_F(Structures, CallbackSettingsAreValidated) {
+  build(2, 1);
+  MX_cb_context_ptr cb = nullptr;
+  ASSERT_EQ(MX_add_eval_callback_all(kc, noop, &cb), 0);
+  EXPECT_EQ(cb->evalObj, 1);
+  const double steps[2] = {1e-6, kNaN};
+  ASSERT_EQ(MX_set_cb_relstepsize(kc, cb, 1, 1e-4), 0);
+  EXPECT_EQ(MX_set_cb_relstepsizes_all(kc, cb, steps), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(out->take(), "ERROR: Parameter xRelStepSizes[1] corresponding to variable 1.\n       is undefined.\n");
+  EXPECT_EQ(cb->xRelStepSizes[0], 0.0) << "nothing stored";
+  EXPECT_EQ(cb->xRelStepSizes[1], 1e-4);
+  fresh(2, 1);
+  ASSERT_EQ(MX_add_eval_callback_all(kc, noop, &cb), 0);
+  EXPECT_EQ(MX_set_cb_gradopt(kc, cb, 6), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(out->take(), "ERROR: Value gradopt=6 passed to MX_set_cb_gradopt() is invalid.\n");
+  EXPECT_EQ(MX_set_cb_hess(kc, nullptr, 0, nullptr, nullptr, noop), MX_RC_ILLEGAL_CALL);
 }
 
 }  // namespace

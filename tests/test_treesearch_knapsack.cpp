@@ -4,22 +4,19 @@
 // on how long the tasks really take.
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <numeric>
 #include <random>
-#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
-#include <unistd.h>
 #include <vector>
 
-#include "treesearch/machine.h"
+#include "treesearch_script.h"
 
 namespace {
 
@@ -258,37 +255,21 @@ struct Outcome {
   long tasks = 0;
 };
 
-std::string logical_schedule(std::string const& file) {
-  std::ifstream in(file);
-  std::string line;
-  std::getline(in, line);  // header
-  std::vector<std::pair<long, std::string>> rows;
-  while (std::getline(in, line)) {
-    std::vector<std::string> cols;
-    std::stringstream ss(line);
-    std::string col;
-    while (std::getline(ss, col, ';')) cols.push_back(col);
-    if (cols.size() < 9) continue;
-    std::string kept = cols[0] + ';' + cols[1];
-    for (std::size_t i = 5; i < cols.size(); ++i) kept += ';' + cols[i];
-    rows.emplace_back(std::stol(cols[1]), kept);
-  }
-  std::sort(rows.begin(), rows.end());
-  std::string all;
-  for (auto const& r : rows) all += r.second + '\n';
-  return all;
+// The task chart without its time and thread columns, in start order.
+std::string logical_schedule(std::string const& prefix) {
+  std::vector<tstest::ChartRow> rows = tstest::read_chart(prefix);
+  std::sort(rows.begin(), rows.end(), [](auto const& a, auto const& b) { return a.position < b.position; });
+  std::ostringstream all;
+  for (auto const& r : rows)
+    all << r.task << ';' << r.position << ';' << r.stamp << ';' << r.target << ';' << r.node << ';' << r.father
+        << ';' << r.extra << '\n';
+  return all.str();
 }
 
 Outcome solve(Instance const& inst, long threads, Settings const& s, bool chart) {
-  AbstractMachineGlobalData::Parameters p;
-  p.number_of_threads = threads;
-  p.tasks_per_time_stamp = threads;
   std::string prefix;
-  if (chart) {
-    prefix = ::testing::TempDir() + "knapsack_" + std::to_string(::getpid()) + "_" + std::to_string(threads);
-    p.gantt_chart_prefix = prefix;
-  }
-  Machine m(p, inst, s);
+  if (chart) prefix = ::testing::TempDir() + "knapsack_" + std::to_string(::getpid()) + "_" + std::to_string(threads);
+  Machine m(tstest::params(threads, threads, prefix), inst, s);
   auto root = std::make_shared<Node>();
   root->fixed.assign(inst.weight.size(), -1);
   root->bound = evaluate(inst, *root).bound;
@@ -305,11 +286,7 @@ Outcome solve(Instance const& inst, long threads, Settings const& s, bool chart)
   o.result = r.str();
   o.tasks = m.get_number_of_finished_tasks();
   EXPECT_EQ(m.get_number_of_remaining_tasks(), 0);
-  if (chart) {
-    o.schedule = logical_schedule(prefix + "_tasks.csv");
-    std::remove((prefix + "_tasks.csv").c_str());
-    std::remove((prefix + "_time_stamp_changes.csv").c_str());
-  }
+  if (chart) o.schedule = logical_schedule(prefix);
   return o;
 }
 

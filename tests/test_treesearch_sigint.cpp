@@ -19,18 +19,9 @@
 namespace {
 
 using namespace tstest;
-using treesearch::AbstractSolution;
 using treesearch::AbstractTimeStampData;
 
 constexpr int kTimeoutMs = 60000;
-
-struct IntSolution : AbstractSolution {
-  explicit IntSolution(long v) : value(v) {}
-  bool operator<(AbstractSolution const& o) const override {
-    return value > static_cast<IntSolution const&>(o).value;
-  }
-  long value;
-};
 
 // Reads one byte, or returns 0 after the timeout or at end of file.
 char read_byte(int fd, int timeout_ms = kTimeoutMs) {

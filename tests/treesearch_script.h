@@ -2,6 +2,7 @@
 // lambda, and the machine keeps what the engine prints.
 #pragma once
 
+#include <cstdio>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -16,7 +17,17 @@
 namespace tstest {
 
 using treesearch::AbstractMachineGlobalData;
+using treesearch::AbstractSolution;
 using treesearch::AbstractTask;
+
+// A solution that is its value; larger is better.
+struct IntSolution : AbstractSolution {
+  explicit IntSolution(long v) : value(v) {}
+  bool operator<(AbstractSolution const& o) const override {
+    return value > static_cast<IntSolution const&>(o).value;
+  }
+  long value;
+};
 
 class ScriptMachine : public AbstractMachineGlobalData {
  public:
@@ -91,7 +102,9 @@ struct ChartRow {
   std::string node, father, extra;
 };
 
-inline std::vector<ChartRow> read_chart(std::string const& prefix) {
+// Reads the task chart written under `prefix`, and with `remove` deletes
+// both chart files.
+inline std::vector<ChartRow> read_chart(std::string const& prefix, bool remove = true) {
   std::ifstream in(prefix + "_tasks.csv");
   std::string line;
   std::getline(in, line);
@@ -103,6 +116,10 @@ inline std::vector<ChartRow> read_chart(std::string const& prefix) {
     while (std::getline(ss, col, ';')) c.push_back(col);
     c.resize(10);
     rows.push_back({c[0], std::stol(c[1]), std::stol(c[5]), std::stol(c[6]), c[7], c[8], c[9]});
+  }
+  if (remove) {
+    std::remove((prefix + "_tasks.csv").c_str());
+    std::remove((prefix + "_time_stamp_changes.csv").c_str());
   }
   return rows;
 }

@@ -1,10 +1,40 @@
-// Factorization engines used from several threads at once.
+// Shared state first used or entered from several threads at once: the
+// lazily built lookup maps of the option table, and the factorization
+// engines.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <thread>
+#include <vector>
 
+#include "interface/context.h"
 #include "kkt_random.h"
+#include "options/options.h"
+
+// Every row of the option table is found from its id and from its place.
+TEST(OptionMaps, FirstUseFromSeveralThreads) {
+  MXL_context ctx;
+  MXL_reset_params_to_defaults(&ctx);
+  std::vector<std::thread> threads;
+  std::vector<int> misses(4, 0);
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&ctx, &misses, t] {
+      const MxParamSpec *table = getMorvexParamSpecifications();
+      for (int i = 0; i < getNbParamSpecs(); ++i) {
+        const MxParamSpec &row = table[i];
+        misses[t] += getParamSpecsFromAPIId(nullptr, row.apiId) != &row;
+        if (row.intPlace != nullptr) misses[t] += getIntParamSpecs(&ctx, &(ctx.opt.*row.intPlace)) != &row;
+        if (row.dblPlace != nullptr) misses[t] += getDblParamSpecs(&ctx, &(ctx.opt.*row.dblPlace)) != &row;
+        if (row.strPlace != nullptr) misses[t] += getParamSpecsFromPtr(&ctx, &(ctx.opt.*row.strPlace)) != &row;
+      }
+    });
+  }
+  for (std::thread &th : threads) th.join();
+  EXPECT_EQ(misses, std::vector<int>(4, 0));
+  // A place that is no option's, or an option's place under another type.
+  EXPECT_EQ(getDblParamSpecs(&ctx, reinterpret_cast<const double *>(&ctx.opt.outlev)), nullptr);
+  EXPECT_EQ(getIntParamSpecs(&ctx, &ctx.n), nullptr);
+}
 
 // Engine instances factor and solve in several threads at once with the
 // same results as one after the other (the sparse library needs its calls
