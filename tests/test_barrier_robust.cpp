@@ -284,19 +284,24 @@ int rosenHess(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eva
   return 0;
 }
 
+// From (-1.2, 1) with exact derivatives.
+void buildRosenbrock(Solve &r) {
+  ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
+  const int idx[2] = {0, 1};
+  const double x0[2] = {-1.2, 1.0};
+  ASSERT_EQ(MX_set_var_primal_init_values(r.kc, 2, idx, x0), 0);
+  MX_cb_context_ptr cb = nullptr;
+  ASSERT_EQ(MX_add_eval_callback(r.kc, 1, 0, nullptr, rosenEval, &cb), 0);
+  ASSERT_EQ(MX_set_cb_grad(r.kc, cb, 2, idx, 0, nullptr, nullptr, rosenGrad), 0);
+  const int h1[3] = {0, 0, 1}, h2[3] = {0, 1, 1};
+  ASSERT_EQ(MX_set_cb_hess(r.kc, cb, 3, h1, h2, rosenHess), 0);
+}
+
 TEST(BarrierRobust, EveryLineSearchFollowsACurvedValley) {
   for (int ls : {1, 2, 3}) {
     for (int watchdog : {0, 1}) {
       Solve r(1);
-      ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
-      const int idx[2] = {0, 1};
-      const double x0[2] = {-1.2, 1.0};
-      ASSERT_EQ(MX_set_var_primal_init_values(r.kc, 2, idx, x0), 0);
-      MX_cb_context_ptr cb = nullptr;
-      ASSERT_EQ(MX_add_eval_callback(r.kc, 1, 0, nullptr, rosenEval, &cb), 0);
-      ASSERT_EQ(MX_set_cb_grad(r.kc, cb, 2, idx, 0, nullptr, nullptr, rosenGrad), 0);
-      const int h1[3] = {0, 0, 1}, h2[3] = {0, 1, 1};
-      ASSERT_EQ(MX_set_cb_hess(r.kc, cb, 3, h1, h2, rosenHess), 0);
+      buildRosenbrock(r);
       ASSERT_EQ(MX_set_int_param_by_name(r.kc, "linesearch", ls), 0);
       ASSERT_EQ(MX_set_int_param_by_name(r.kc, "bar_watchdog", watchdog), 0);
       EXPECT_EQ(MX_solve(r.kc), 0) << r.log;
@@ -312,15 +317,7 @@ TEST(BarrierRobust, EveryLineSearchFollowsACurvedValley) {
 // The stop on a stalled objective names the limits it used.
 TEST(BarrierRobust, ObjectiveStallStopNamesItsLimits) {
   Solve r(1);
-  ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
-  const int idx[2] = {0, 1};
-  const double x0[2] = {-1.2, 1.0};
-  ASSERT_EQ(MX_set_var_primal_init_values(r.kc, 2, idx, x0), 0);
-  MX_cb_context_ptr cb = nullptr;
-  ASSERT_EQ(MX_add_eval_callback(r.kc, 1, 0, nullptr, rosenEval, &cb), 0);
-  ASSERT_EQ(MX_set_cb_grad(r.kc, cb, 2, idx, 0, nullptr, nullptr, rosenGrad), 0);
-  const int h1[3] = {0, 0, 1}, h2[3] = {0, 1, 1};
-  ASSERT_EQ(MX_set_cb_hess(r.kc, cb, 3, h1, h2, rosenHess), 0);
+  buildRosenbrock(r);
   ASSERT_EQ(MX_set_double_param_by_name(r.kc, "ftol", 0.05), 0);
   ASSERT_EQ(MX_set_int_param_by_name(r.kc, "ftol_iters", 2), 0);
   EXPECT_EQ(MX_solve(r.kc), MX_RC_FEAS_FTOL) << r.log;
