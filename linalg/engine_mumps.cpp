@@ -16,7 +16,9 @@ namespace {
 constexpr int kJobInit = -1, kJobEnd = -2, kJobAnalyse = 1, kJobFactor = 2, kJobSolve = 3;
 constexpr int kUseCommWorld = -987654;
 // MUMPS orderings (ICNTL(7)).
-constexpr int kOrdAmd = 0, kOrdUser = 1, kOrdAuto = 7;
+constexpr int kOrdAmd = 0, kOrdUser = 1;
+// Systems from this dimension on are ordered by nested dissection by default.
+constexpr int kAutoMetisSize = 10000;
 // Calls that may fail for lack of workspace are retried with a larger one.
 constexpr int kMaxWorkspaceRetries = 6;
 }  // namespace
@@ -160,8 +162,18 @@ int mumpsAnalyze(LinSystem &sys) {
     sys.lastOrdering = LIN_ORDER_AMD;
     return mumpsAnalyseWith(sys, kOrdAmd, nullptr);
   }
-  sys.lastOrdering = LIN_ORDER_AUTO;
-  return mumpsAnalyseWith(sys, kOrdAuto, nullptr);
+  // The library's own choice calls orderings with random seeds, so that two
+  // runs of one model could factor differently and take different paths.
+  // Small systems take AMD, larger ones our METIS permutation: both repeat.
+  if (sys.n >= kAutoMetisSize) {
+    metis = metisOrdering(sys.n, static_cast<nnzint>(sys.row.size()), sys.row.data(), sys.col.data());
+    if (!metis.empty()) {
+      sys.lastOrdering = LIN_ORDER_METIS;
+      return mumpsAnalyseWith(sys, kOrdUser, &metis);
+    }
+  }
+  sys.lastOrdering = LIN_ORDER_AMD;
+  return mumpsAnalyseWith(sys, kOrdAmd, nullptr);
 }
 
 LinFactorInfo mumpsFactor(LinSystem &sys) {
