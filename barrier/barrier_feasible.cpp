@@ -29,6 +29,20 @@ bool barRowInside(const BarrierState &b, int j, const double *xs, const double *
   return t > (b.rows[r].onVariable() ? tolX : tolC);
 }
 
+// Calls f(i, room, sign) for each finite bound of variable i of xs, room
+// being the distance inside the bound and sign its side.
+template <class F>
+void barForEachBound(const BarrierState &b, const double *xs, F f) {
+  for (int side = 0; side < 2; ++side) {
+    for (int i = 0; i < b.n; ++i) {
+      const int r = b.varBoundRows[side][i];
+      if (r < 0) continue;
+      const BarRow &row = b.rows[r];
+      f(i, row.sign() * (xs[i] - row.bound), row.sign());
+    }
+  }
+}
+
 }  // namespace
 
 bool checkFeasibility(const BarrierState &b, const double *xs, const double *c, double tolX, double tolC) {
@@ -38,15 +52,9 @@ bool checkFeasibility(const BarrierState &b, const double *xs, const double *c, 
 }
 
 bool checkBounds(const BarrierState &b, const double *xs) {
-  for (int side = 0; side < 2; ++side) {
-    for (int i = 0; i < b.n; ++i) {
-      const int r = b.varBoundRows[side][i];
-      if (r < 0) continue;
-      const BarRow &row = b.rows[r];
-      if (row.sign() * (xs[i] - row.bound) <= 0.0) return false;
-    }
-  }
-  return true;
+  bool inside = true;
+  barForEachBound(b, xs, [&](int, double room, double) { inside = inside && room > 0.0; });
+  return inside;
 }
 
 // In feasible mode the step is also cut so that each variable keeps the
@@ -56,15 +64,10 @@ bool checkBounds(const BarrierState &b, const double *xs) {
 void barrierFeasibleCut(BarrierState &b) {
   if (!b.feasibleMode) return;
   double frac = 1.0;
-  for (int side = 0; side < 2; ++side) {
-    for (int i = 0; i < b.n; ++i) {
-      const int r = b.varBoundRows[side][i];
-      if (r < 0) continue;
-      const BarRow &row = b.rows[r];
-      const double room = row.sign() * (b.x[i] - row.bound), move = row.sign() * b.d[i];
-      if (move < 0.0 && room + move < (1.0 - b.rho) * room) frac = std::min(frac, b.rho * room / -move);
-    }
-  }
+  barForEachBound(b, b.x.data(), [&](int i, double room, double sign) {
+    const double move = sign * b.d[i];
+    if (move < 0.0 && room + move < (1.0 - b.rho) * room) frac = std::min(frac, b.rho * room / -move);
+  });
   if (frac >= 1.0) return;
   for (double &v : b.d) v *= frac;
   b.alphaMaxPrimal *= frac;

@@ -147,7 +147,12 @@ static int mumpsAnalyseBest(LinSystem &sys, const std::vector<int> &metis) {
 int mumpsAnalyze(LinSystem &sys) {
   int st = mumpsInit(sys);
   if (st != LIN_OK) return st;
-  const int ord = sys.settings.ordering;
+  // The library's own choice calls orderings with random seeds, so that two
+  // runs of one model could factor differently and take different paths.
+  // The automatic ordering is ours instead: AMD for small systems, METIS
+  // for larger ones; both repeat.
+  int ord = sys.settings.ordering;
+  if (ord == LIN_ORDER_AUTO) ord = sys.n >= kAutoMetisSize ? LIN_ORDER_METIS : LIN_ORDER_AMD;
   std::vector<int> metis;
   if (ord == LIN_ORDER_METIS || ord == LIN_ORDER_BEST)
     metis = metisOrdering(sys.n, static_cast<nnzint>(sys.row.size()), sys.row.data(),
@@ -158,20 +163,6 @@ int mumpsAnalyze(LinSystem &sys) {
     return mumpsAnalyseWith(sys, kOrdUser, &metis);
   }
   // AMD, and METIS when the graph could not be partitioned.
-  if (ord == LIN_ORDER_AMD || ord == LIN_ORDER_METIS) {
-    sys.lastOrdering = LIN_ORDER_AMD;
-    return mumpsAnalyseWith(sys, kOrdAmd, nullptr);
-  }
-  // The library's own choice calls orderings with random seeds, so that two
-  // runs of one model could factor differently and take different paths.
-  // Small systems take AMD, larger ones our METIS permutation: both repeat.
-  if (sys.n >= kAutoMetisSize) {
-    metis = metisOrdering(sys.n, static_cast<nnzint>(sys.row.size()), sys.row.data(), sys.col.data());
-    if (!metis.empty()) {
-      sys.lastOrdering = LIN_ORDER_METIS;
-      return mumpsAnalyseWith(sys, kOrdUser, &metis);
-    }
-  }
   sys.lastOrdering = LIN_ORDER_AMD;
   return mumpsAnalyseWith(sys, kOrdAmd, nullptr);
 }
