@@ -266,7 +266,7 @@ void initvals(MXL_context *ctx, BarrierState &b);
 // into c. Returns 0, -502 on an undefined point, or a code that ends the solve.
 int barrierComputeFC(MXL_context *ctx, BarrierState &b, const double *xs, double *fTilde,
                      double *cModel, double *c);
-int barrierComputeGA(MXL_context *ctx, BarrierState &b, const double *xs);
+int barrierComputeGA(MXL_context *ctx, BarrierState &b, const double *xs, bool fatal = true);
 int barrierComputeH(MXL_context *ctx, BarrierState &b, int request);
 // Full rows from model values (no evaluation).
 void barrierFormRows(const BarrierState &b, const double *xs, const double *cModel, double *c);

@@ -60,10 +60,10 @@ int barrierComputeFC(MXL_context *ctx, BarrierState &b, const double *xs, double
   return 0;
 }
 
-int barrierComputeGA(MXL_context *ctx, BarrierState &b, const double *xs) {
+int barrierComputeGA(MXL_context *ctx, BarrierState &b, const double *xs, bool fatal) {
   presolveXPreToApp(ctx, xs, b.xApp.data());
   const int rc = callbackForGA(ctx, b.xApp.data(), b.gModel.data(), b.jacVals.data());
-  if (rc == MX_RC_EVAL_ERR) {
+  if (rc == MX_RC_EVAL_ERR && fatal) {
     mxl_printf(ctx, "\nERROR: Jacobian undefined at current point.\n");
     mxl_printf(ctx, "       No further progress can be made.\n");
   }

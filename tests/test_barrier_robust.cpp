@@ -152,17 +152,30 @@ TEST(BarrierRobust, CallbacksStayInsideHonouredBounds) {
 }
 
 // min exp(x) - 2x from x = -3: the first Newton step lands near x = 36,
-// where the routine reports the functions undefined.
+// where the routine reports the functions undefined. In the second case
+// only the derivatives are undefined, past x = 1, where the search accepts
+// a point that lowers the function.
+struct Steep {
+  bool inGradient = false;
+  int undefined = 0;
+};
+
 int steepEval(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *user) {
-  if (req->x[0] > 3.0) {
-    ++*static_cast<int *>(user);
+  Steep &s = *static_cast<Steep *>(user);
+  if (!s.inGradient && req->x[0] > 3.0) {
+    ++s.undefined;
     return MX_RC_EVAL_ERR;
   }
   *res->obj = std::exp(req->x[0]) - 2.0 * req->x[0];
   return 0;
 }
 
-int steepGrad(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *) {
+int steepGrad(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eval_result_ptr res, void *user) {
+  Steep &s = *static_cast<Steep *>(user);
+  if (s.inGradient && req->x[0] > 1.0) {
+    ++s.undefined;
+    return MX_RC_EVAL_ERR;
+  }
   res->objGrad[0] = std::exp(req->x[0]) - 2.0;
   return 0;
 }
@@ -173,23 +186,27 @@ int steepHess(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr req, MX_eva
 }
 
 TEST(BarrierRobust, UndefinedTrialPointsAreSteppedBack) {
-  for (int alg : {1, 2}) {
-    Solve r(alg);
-    int undefined = 0;
-    ASSERT_EQ(MX_add_vars(r.kc, 1, nullptr), 0);
-    ASSERT_EQ(MX_set_var_primal_init_value(r.kc, 0, -3.0), 0);
-    MX_cb_context_ptr cb = nullptr;
-    ASSERT_EQ(MX_add_eval_callback(r.kc, 1, 0, nullptr, steepEval, &cb), 0);
-    const int v = 0;
-    ASSERT_EQ(MX_set_cb_grad(r.kc, cb, 1, &v, 0, nullptr, nullptr, steepGrad), 0);
-    ASSERT_EQ(MX_set_cb_hess(r.kc, cb, 1, &v, &v, steepHess), 0);
-    ASSERT_EQ(MX_set_cb_user_params(r.kc, cb, &undefined), 0);
-    EXPECT_EQ(MX_solve(r.kc), 0) << r.log;
-    EXPECT_GT(undefined, 0) << "the test no longer reaches an undefined point";
-    double x = 0.0, f = 0.0;
-    int status = 0;
-    MX_get_solution(r.kc, &status, &f, &x, nullptr);
-    EXPECT_NEAR(x, std::log(2.0), 1e-6) << "algorithm " << alg;
+  for (bool inGradient : {false, true}) {
+    for (int alg : {1, 2}) {
+      Solve r(alg);
+      Steep steep;
+      steep.inGradient = inGradient;
+      ASSERT_EQ(MX_add_vars(r.kc, 1, nullptr), 0);
+      ASSERT_EQ(MX_set_var_primal_init_value(r.kc, 0, -3.0), 0);
+      MX_cb_context_ptr cb = nullptr;
+      ASSERT_EQ(MX_add_eval_callback(r.kc, 1, 0, nullptr, steepEval, &cb), 0);
+      const int v = 0;
+      ASSERT_EQ(MX_set_cb_grad(r.kc, cb, 1, &v, 0, nullptr, nullptr, steepGrad), 0);
+      ASSERT_EQ(MX_set_cb_hess(r.kc, cb, 1, &v, &v, steepHess), 0);
+      ASSERT_EQ(MX_set_cb_user_params(r.kc, cb, &steep), 0);
+      const std::string what = std::string(inGradient ? "gradient" : "function") + " algorithm " + std::to_string(alg);
+      EXPECT_EQ(MX_solve(r.kc), 0) << what << r.log;
+      EXPECT_GT(steep.undefined, 0) << "the test no longer reaches an undefined point: " << what;
+      double x = 0.0, f = 0.0;
+      int status = 0;
+      MX_get_solution(r.kc, &status, &f, &x, nullptr);
+      EXPECT_NEAR(x, std::log(2.0), 1e-6) << what;
+    }
   }
 }
 
