@@ -2,6 +2,7 @@
 // bookkeeping of accepted and rejected steps, and the end of a leg.
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "barrier/barrier.h"
 #include "driver/error_measures.h"
@@ -105,35 +106,30 @@ void barPrintIteration(MXL_context *ctx, BarrierState &b, bool last) {
 
 void barRejectStep(MXL_context *ctx, BarrierState &b);
 
-// The derivatives are undefined at the accepted trial: the point goes back
-// and the step counts as rejected, so the search steps back as it does for
-// a trial whose functions are undefined.
-int barUndoAccept(MXL_context *ctx, BarrierState &b, double deltaBefore, double fTildeBefore) {
+void barSwapTrial(BarrierState &b) {
   b.x.swap(b.xTrial);
   b.c.swap(b.cTrial);
   b.cModel.swap(b.cModelTrial);
+  std::swap(b.fTilde, b.fTildeTrial);
   b.lambda.swap(b.lambdaTrial);
-  b.fTilde = fTildeBefore;
-  --b.iterCount;
-  --b.muIterCount;
-  --b.resto.mainIters;
-  b.delta = deltaBefore;
-  if (const int rc = barrierComputeGA(ctx, b, b.x.data(), true)) return rc;
-  if (ctx->opt.debug > 0) mxl_printf(ctx, "Derivatives undefined at the trial point: step rejected.\n");
-  b.stepOutcome = BAR_STEP_REJECTED;
-  barRejectStep(ctx, b);
-  return 0;
 }
 
-// The accepted trial becomes the current point.
+// The accepted trial becomes the current point. Where its derivatives are
+// undefined, the point goes back and the step counts as rejected, so the
+// search steps back as it does for a trial whose functions are undefined.
 int barAcceptStep(MXL_context *ctx, BarrierState &b) {
-  const double deltaBefore = b.delta, fTildeBefore = b.fTilde;
   barrierQNStore(b);
-  b.x.swap(b.xTrial);
-  b.c.swap(b.cTrial);
-  b.cModel.swap(b.cModelTrial);
-  b.fTilde = b.fTildeTrial;
-  b.lambda.swap(b.lambdaTrial);
+  barSwapTrial(b);
+  const int rc = barrierComputeGA(ctx, b, b.x.data(), false);
+  if (rc == MX_RC_EVAL_ERR) {
+    barSwapTrial(b);
+    if (const int again = barrierComputeGA(ctx, b, b.x.data(), true)) return again;
+    if (ctx->opt.debug > 0) mxl_printf(ctx, "Derivatives undefined at the trial point: step rejected.\n");
+    b.stepOutcome = BAR_STEP_REJECTED;
+    barRejectStep(ctx, b);
+    return 0;
+  }
+  if (rc != 0) return rc;
   safeguardMultipliers(b, b.lambda.data());
   ++b.iterCount;
   ++b.muIterCount;
@@ -150,9 +146,6 @@ int barAcceptStep(MXL_context *ctx, BarrierState &b) {
   b.rejections = 0;
   if (ctx->resolvedAlgorithm == 2 && !b.feasibleMode) b.cg.freeNormalStep = true;
   b.cg.factoredHere = false;
-  const int rc = barrierComputeGA(ctx, b, b.x.data(), false);
-  if (rc == MX_RC_EVAL_ERR) return barUndoAccept(ctx, b, deltaBefore, fTildeBefore);
-  if (rc != 0) return rc;
   if (b.directStepOk && !b.modelIsLP && !b.modelIsQP) resetBndMultipliers(b);
   b.xNorm = norm2(b.nX, b.x.data());
   b.cNorm = norm2(b.mFull, b.c.data());
