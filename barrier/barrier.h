@@ -38,6 +38,17 @@ struct BarRow {
   int item = 0;       // model constraint (kinds 0-2) or variable (kinds 3-5)
   int slack = -1;     // index into the slack block, -1 for rows without one
   double bound = 0.0; // the bound that shifts the row
+  // Elastic columns of the row (primal block, -1 for none) and their
+  // coefficients: +1 relaxes a side, an equality has the pair -1, +1.
+  int pen[2] = {-1, -1};
+  double penCoef[2] = {0.0, 0.0};
+  // sum of coef * v over the elastic columns of the row
+  double penTimes(const double *v) const {
+    double t = 0.0;
+    for (int q = 0; q < 2; ++q)
+      if (pen[q] >= 0) t += penCoef[q] * v[pen[q]];
+    return t;
+  }
   double sign() const { return kind == BAR_ROW_INEQ_UP || kind == BAR_ROW_BOUND_UP ? -1.0 : 1.0; }
   bool onVariable() const { return kind >= BAR_ROW_FIXED; }
 };
@@ -73,6 +84,7 @@ struct BarKKT {
   std::vector<int> jacRow;       // (Jacobian entry, copy) -> full row
   std::vector<int> jacEntry;     // (Jacobian entry, copy) -> model Jacobian entry
   std::vector<int64_t> varRowPos;  // rows on variables in the matrix -> val index of (row, var)
+  std::vector<int64_t> penPos;     // (row, elastic slot) -> val index of (row, column), -1 none
   std::vector<int64_t> ineqPos;    // form 3: (pair of entries of one inequality row) -> val index
   std::vector<int> ineqPairA, ineqPairB, ineqPairRow;
   LinSystem sys;
@@ -88,8 +100,20 @@ struct BarWatchdog {
   int budget = 0, count = 0;
   bool justEntered = false;
   std::vector<double> x, lambda, c, cModel, gModel, jacVals, hessVals, d, dLambda;
-  double fTilde = 0.0, phi = 0.0, cNorm = 0.0, merit = 0.0, delta = 0.0, nu = 0.0, mu = 0.0, nuMerit = 0.0;
+  double fObj = 0.0, phi = 0.0, cNorm = 0.0, merit = 0.0, delta = 0.0, nu = 0.0, mu = 0.0, nuMerit = 0.0;
   int stepKind = 2;
+};
+
+// Elastic variables (bar_penaltycons): columns n .. nX-1 of the primal
+// block, each >= 0 through a bound row, weighted by pi in the objective
+// while the model's objective carries the factor piObjFactor.
+struct BarPenalty {
+  int count = 0;                 // elastic columns
+  std::vector<int> row;          // column - n -> its full row
+  double pi = 10.0, piObjFactor = 1.0, piCap = 1e6;
+  bool raiseNext = false;
+  std::vector<double> sumHistory;  // sum of elastic values after accepted steps
+  int raises = 0;
 };
 
 // The switch between the main mode and feasibility restoration.
@@ -117,11 +141,13 @@ struct BarrierState {
   std::vector<int> slackRow;         // slack -> row
   std::vector<int> conFirstRow;      // model constraint -> first row (ranges have two)
   std::vector<int> conRowCount;      // model constraint -> 1 or 2 rows
-  std::vector<int> varBoundRows[2];  // variable -> lower / upper bound row (-1)
-  std::vector<int> varFixedRow;      // variable -> fixed row (-1)
+  std::vector<int> varBoundRows[2];  // primal column -> lower / upper bound row (-1)
+  std::vector<int> varFixedRow;      // primal column -> fixed row (-1)
   double objSign = 1.0;              // -1 for a maximisation
   double objScale = 1.0;             // the objective's factor (scale option)
   double objFactor = 1.0;            // objSign objScale: the objective as the method sees it
+  double objWeight = 1.0;            // objFactor times the elastic mode's piObjFactor
+  BarPenalty pen;
   // Patterns of the model (owned by the context, fixed during a leg).
   const int *jacCons = nullptr, *jacVars = nullptr;
   const int64_t *jacRowPtr = nullptr;
@@ -137,6 +163,7 @@ struct BarrierState {
   std::vector<double> gradPhi;               // nFull
   std::vector<double> Hd;                    // W d over nFull
   double fTilde = 0.0, fTildeTrial = 0.0;    // objective of the minimisation
+  double fObj = 0.0, fObjTrial = 0.0;        // the model's part of it, scaled, before piObjFactor
   double phi = 0.0, phiTrial = 0.0;          // barrier objective
 
   // Model-side values.
@@ -238,6 +265,8 @@ struct BarrierState {
   double gradNormStart = 0.0;
   double lastErrMax = 0.0;
   bool fstopReached = false;
+  bool elasticInfeasible = false;  // the elastic problem is solved at its limits, the model violated
+  bool elasticStationary = false;  // the elastic problem is solved, the model violated
 
   // Engines chosen for the step system.
   LinEngineKind engineKind = LIN_ENGINE_DENSE;
@@ -264,7 +293,7 @@ void initvals(MXL_context *ctx, BarrierState &b);
 // ---- Functions and derivatives (barrier_eval.cpp) ----
 // Model values at the primal block of xs into fTilde/cModel; the full rows
 // into c. Returns 0, -502 on an undefined point, or a code that ends the solve.
-int barrierComputeFC(MXL_context *ctx, BarrierState &b, const double *xs, double *fTilde,
+int barrierComputeFC(MXL_context *ctx, BarrierState &b, const double *xs, double *fObj, double *fTilde,
                      double *cModel, double *c);
 int barrierComputeGA(MXL_context *ctx, BarrierState &b, const double *xs, bool fatal = true);
 int barrierComputeH(MXL_context *ctx, BarrierState &b, int request);
@@ -303,6 +332,22 @@ LinEngineKind barrierEngineFor(MXL_context *ctx, int dim);
 // with refinement left to the caller and only rounding-level pivots null.
 int barrierAnalyzeSystem(MXL_context *ctx, LinSystem &sys, int dim, const std::vector<int> &irn,
                          const std::vector<int> &jcn, LinEngineKind *kind, double *pivotTol);
+
+// ---- Elastic variables (barrier_penalty.cpp) ----
+// Adds the elastic columns and their bound rows for bar_penaltycons 2, 3.
+void penaltyBarSetup(MXL_context *ctx, BarrierState &b);
+// Initial pi and piObjFactor from the gradient at the start.
+void penaltyBarInitPi(MXL_context *ctx, BarrierState &b);
+// Elastic values that close their rows with the slack-sized shift.
+void penaltyBarInitVars(BarrierState &b, double shift);
+// fTilde from the model's part and the elastic sum.
+double penaltyBarObjective(const BarrierState &b, const double *xs, double fObj);
+// Raises pi (or lowers piObjFactor) after an accepted step when the
+// elastic values stop falling; force raises whenever possible.
+bool penaltyBarUpdatePi(MXL_context *ctx, BarrierState &b, bool force);
+// Whether pi and its factor have reached their limits.
+bool penaltyBarAtLimit(const BarrierState &b);
+double penaltyBarSum(const BarrierState &b, const double *xs, double *maxElastic);
 
 // ---- Feasibility restoration (barrier_restore.cpp) ----
 void switchInitialize(MXL_context *ctx, BarrierState &b);

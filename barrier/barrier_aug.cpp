@@ -26,8 +26,11 @@ void augPattern(const BarrierState &b, BarAUG &a, BarPatternBuilder &pb) {
   a.jacRow.clear();
   a.jacEntry.clear();
   a.varRowPos.assign(b.mFull, -1);
+  a.penPos.assign(2 * static_cast<size_t>(b.mFull), -1);
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
+    for (int q = 0; q < 2; ++q)
+      if (row.pen[q] >= 0) a.penPos[2 * r + q] = pb.add(b.nX + r, row.pen[q]);
     if (row.onVariable()) {
       a.varRowPos[r] = pb.add(b.nX + r, row.item);
       continue;
@@ -42,7 +45,7 @@ void augPattern(const BarrierState &b, BarAUG &a, BarPatternBuilder &pb) {
 
 void augCompress(BarAUG &a, BarPatternBuilder &pb) {
   const std::vector<int64_t> where = pb.compress(a.irn, a.jcn);
-  for (auto *v : {&a.diagPos, &a.jacPos, &a.varRowPos}) barRemap(where, *v);
+  for (auto *v : {&a.diagPos, &a.jacPos, &a.varRowPos, &a.penPos}) barRemap(where, *v);
   a.val.assign(a.irn.size(), 0.0);
 }
 
@@ -55,6 +58,8 @@ void augForm(const BarrierState &b, BarAUG &a) {
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
     if (a.varRowPos[r] >= 0) a.val[a.varRowPos[r]] += row.sign();
+    for (int q = 0; q < 2; ++q)
+      if (a.penPos[2 * r + q] >= 0) a.val[a.penPos[2 * r + q]] += row.penCoef[q];
     double d = a.regAUG;
     if (row.slack >= 0) {
       const double s = b.x[b.nX + row.slack];

@@ -24,6 +24,7 @@ struct BarAUG {
   std::vector<int64_t> jacPos;    // model Jacobian entry (per row copy) -> value position
   std::vector<int> jacRow, jacEntry;
   std::vector<int64_t> varRowPos; // rows on variables -> value position of (row, var)
+  std::vector<int64_t> penPos;    // (row, elastic slot) -> value position, -1 none
   LinSystem sys;
   bool analysed = false, factored = false;
   int negEig = 0;

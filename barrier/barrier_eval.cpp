@@ -28,7 +28,7 @@ void barrierFormRows(const BarrierState &b, const double *xs, const double *cMod
     const double v = row.onVariable() ? xs[row.item] : cModel[row.item];
     double value = row.sign() * (v - row.bound);
     if (row.slack >= 0) value -= s[row.slack];
-    c[r] = value;
+    c[r] = value + row.penTimes(xs);
   }
 }
 
@@ -42,20 +42,22 @@ double barrierPhi(const BarrierState &b, const double *xs, double fTilde) {
 }
 
 void barrierUpdateFG(BarrierState &b) {
-  for (int i = 0; i < b.n; ++i) b.gradPhi[i] = b.objFactor * b.gModel[i];
+  for (int i = 0; i < b.n; ++i) b.gradPhi[i] = b.objWeight * b.gModel[i];
+  for (int i = b.n; i < b.nX; ++i) b.gradPhi[i] = b.pen.pi;
   for (int j = 0; j < b.nSlacks; ++j) b.gradPhi[b.nX + j] = -b.mu;
   b.phi = barrierPhi(b, b.x.data(), b.fTilde);
   b.cNorm = norm2(b.mFull, b.c.data());
 }
 
-int barrierComputeFC(MXL_context *ctx, BarrierState &b, const double *xs, double *fTilde, double *cModel,
-                     double *c) {
+int barrierComputeFC(MXL_context *ctx, BarrierState &b, const double *xs, double *fObj, double *fTilde,
+                     double *cModel, double *c) {
   presolveXPreToApp(ctx, xs, b.xApp.data());
   double obj = 0.0;
   const int rc = callbackForFC(ctx, 1, b.xApp.data(), &obj, b.cApp.data(), nullptr, nullptr);
   if (rc != 0) return rc;
   presolveCAppToPre(ctx, b.cApp.data(), cModel);
-  *fTilde = presolveObjAppToPre(ctx, obj);
+  *fObj = presolveObjAppToPre(ctx, obj);
+  *fTilde = penaltyBarObjective(b, xs, *fObj);
   barrierFormRows(b, xs, cModel, c);
   return 0;
 }
@@ -93,7 +95,7 @@ int barrierComputeH(MXL_context *ctx, BarrierState &b, int request) {
   if (b.nnzH == 0) return 0;
   barHessianMultipliers(b, b.lambdaUser.data());
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
-  const int rc = callbackForH(ctx, request, b.xApp.data(), b.objFactor, b.lambdaUser.data(), nullptr,
+  const int rc = callbackForH(ctx, request, b.xApp.data(), b.objWeight, b.lambdaUser.data(), nullptr,
                               b.hessVals.data(), nullptr);
   if (rc == MX_RC_EVAL_ERR) {
     // An undefined Hessian only warns: its entries count as zero.
@@ -125,7 +127,7 @@ void barrierJacTimes(const BarrierState &b, const double *xs, const double *v, d
       for (int64_t k = b.jacRowPtr[row.item]; k < b.jacRowPtr[row.item + 1]; ++k)
         sum += b.jacVals[k] * v[b.jacVars[k]];
     }
-    y[r] = row.sign() * sum;
+    y[r] = row.sign() * sum + row.penTimes(v);
     if (row.slack >= 0) y[r] -= s[row.slack] * v[b.nX + row.slack];
   }
 }
@@ -143,6 +145,8 @@ void barrierJacTransTimes(const BarrierState &b, const double *xs, const double 
         y[b.jacVars[k]] += b.jacVals[k] * wr;
     }
     if (row.slack >= 0) y[b.nX + row.slack] -= s[row.slack] * w[r];
+    for (int q = 0; q < 2; ++q)
+      if (row.pen[q] >= 0) y[row.pen[q]] += row.penCoef[q] * w[r];
   }
 }
 
@@ -166,11 +170,14 @@ double barrierDualResidual(const BarrierState &b, const double *xs, const double
   return normInf(b.nX, r);
 }
 
+// The objective's factor of the elastic mode scales the multipliers too.
 void barrierLambdaToUser(const BarrierState &b, const double *lambda, double *user) {
   std::fill(user, user + b.m + b.n, 0.0);
+  const double scale = 1.0 / b.pen.piObjFactor;
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
+    if (row.onVariable() && row.item >= b.n) continue;  // bound of an elastic column
     const int at = row.onVariable() ? b.m + row.item : row.item;
-    user[at] -= row.sign() * lambda[r];
+    user[at] -= row.sign() * lambda[r] * scale;
   }
 }

@@ -46,6 +46,7 @@ void barKKTpattern(BarrierState &b, BarKKT &k, BarPatternBuilder &pb) {
   k.jacRow.clear();
   k.jacEntry.clear();
   k.varRowPos.assign(b.mFull, -1);
+  k.penPos.assign(2 * static_cast<size_t>(b.mFull), -1);
   k.ineqPairA.clear();
   k.ineqPairB.clear();
   k.ineqPairRow.clear();
@@ -56,6 +57,8 @@ void barKKTpattern(BarrierState &b, BarKKT &k, BarPatternBuilder &pb) {
       if (k.rowPos[r] >= 0) k.varRowPos[r] = pb.add(k.rowPos[r], row.item);
       continue;
     }
+    for (int q = 0; q < 2 && k.rowPos[r] >= 0; ++q)
+      if (row.pen[q] >= 0) k.penPos[2 * r + q] = pb.add(k.rowPos[r], row.pen[q]);
     const int64_t k0 = b.jacRowPtr[row.item], k1 = b.jacRowPtr[row.item + 1];
     for (int64_t e = k0; e < k1; ++e) {
       if (k.rowPos[r] < 0) break;
@@ -77,7 +80,7 @@ void barKKTpattern(BarrierState &b, BarKKT &k, BarPatternBuilder &pb) {
 // Merges equal coordinates and turns contribution ids into value positions.
 void barKKTcompress(BarKKT &k, BarPatternBuilder &pb) {
   const std::vector<int64_t> where = pb.compress(k.irn, k.jcn);
-  for (auto *v : {&k.hessPos, &k.diagPos, &k.jacPos, &k.ineqPos, &k.varRowPos}) barRemap(where, *v);
+  for (auto *v : {&k.hessPos, &k.diagPos, &k.jacPos, &k.ineqPos, &k.varRowPos, &k.penPos}) barRemap(where, *v);
   k.val.assign(k.irn.size(), 0.0);
 }
 
@@ -175,6 +178,8 @@ void barrierKKTform(MXL_context *, BarrierState &b, int recompute) {
     if (k.rowPos[r] >= 0) {
       k.val[k.diagPos[k.rowPos[r]]] -= D;
       if (k.varRowPos[r] >= 0) k.val[k.varRowPos[r]] += row.sign();
+      for (int q = 0; q < 2; ++q)
+        if (k.penPos[2 * r + q] >= 0) k.val[k.penPos[2 * r + q]] += row.penCoef[q];
     } else if (row.onVariable()) {
       k.val[k.diagPos[row.item]] += 1.0 / D;
     }
@@ -223,7 +228,7 @@ double barRowTimes(const BarrierState &b, int r, const double *dx) {
     for (int64_t e = b.jacRowPtr[row.item]; e < b.jacRowPtr[row.item + 1]; ++e)
       sum += b.jacVals[e] * dx[b.jacVars[e]];
   }
-  return row.sign() * sum;
+  return row.sign() * sum + row.penTimes(dx);
 }
 
 // The right-hand side of a row after its slack left: rc + s rs / Sigma.
@@ -242,6 +247,8 @@ void barAddRowToPrimal(const BarrierState &b, int r, double w, double *top) {
   }
   for (int64_t e = b.jacRowPtr[row.item]; e < b.jacRowPtr[row.item + 1]; ++e)
     top[b.jacVars[e]] += row.sign() * b.jacVals[e] * w;
+  for (int q = 0; q < 2; ++q)
+    if (row.pen[q] >= 0) top[row.pen[q]] += row.penCoef[q] * w;
 }
 
 void formCompactRHS(const BarrierState &b, const double *rhsX, const double *rhsC, double *rhs) {

@@ -138,7 +138,7 @@ int barrierEvaluateTrial(MXL_context *ctx, BarrierState &b) {
   if (b.feasibleMode && !checkBounds(b, b.xTrial.data())) return 1;
   for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + b.alpha * b.dLambda[r];
   if (b.dualRepair) replaceNegByPrimal(b, b.lambdaTrial.data(), b.xTrial.data());
-  const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
+  const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fObjTrial, &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
   if (rc == MX_RC_EVAL_ERR) return 1;
   if (rc != 0) return rc;
   if (b.feasibleMode) {
@@ -198,7 +198,7 @@ int barWolfeTest(MXL_context *ctx, BarrierState &b, const BarSearch &s) {
   if (rc == MX_RC_EVAL_ERR) return 0;
   if (rc != 0) return rc;
   double gd = 0.0;
-  for (int i = 0; i < b.n; ++i) gd += b.objFactor * g[i] * b.d[i];
+  for (int i = 0; i < b.n; ++i) gd += b.objWeight * g[i] * b.d[i];
   return gd < 0.5 * s.gd ? 2 : 1;
 }
 

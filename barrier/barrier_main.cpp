@@ -26,7 +26,7 @@ int barChooseForm(MXL_context *ctx, const BarrierState &b) {
   }
   if (opt == 2 || (opt == 3 && b.nIneq == 0)) return bounds ? 2 : 1;
   // Form 3 only where nothing but general rows needs the primal block.
-  if (!bounds && b.nFixed == 0 && ctx->resolvedHessopt != 6) return 3;
+  if (!bounds && b.nFixed == 0 && b.pen.count == 0 && ctx->resolvedHessopt != 6) return 3;
   return b.nBoundRows > 10000 ? 2 : 1;
 }
 
@@ -46,7 +46,7 @@ void barResolveRules(MXL_context *ctx, BarrierState &b) {
 int barStartValues(MXL_context *ctx, BarrierState &b) {
   presolveXAppToPre(ctx, ctx->var.x.data(), b.x.data());
   presolveCAppToPre(ctx, ctx->con.c.data(), b.cModel.data());
-  b.fTilde = presolveObjAppToPre(ctx, ctx->drv.objValue);
+  b.fObj = b.fTilde = presolveObjAppToPre(ctx, ctx->drv.objValue);
   std::copy(ctx->var.objGrad.begin(), ctx->var.objGrad.begin() + b.n, b.gModel.begin());
   std::copy(ctx->pat.jac.values.begin(), ctx->pat.jac.values.begin() + b.nnzJ, b.jacVals.begin());
   if (!std::isfinite(b.fTilde)) {
@@ -72,8 +72,9 @@ void barStartMultipliers(MXL_context *ctx, BarrierState &b) {
   if (ctx->noInitialLambda || ctx->lambda.size() < static_cast<size_t>(b.m + b.n)) return;
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
+    if (row.onVariable() && row.item >= b.n) continue;  // bound of an elastic column
     const int at = row.onVariable() ? b.m + row.item : row.item;
-    const double v = -row.sign() * b.objFactor * ctx->lambda[at];
+    const double v = -row.sign() * b.objWeight * ctx->lambda[at];
     b.lambda[r] = row.slack >= 0 ? std::max(v, 0.0) : v;
   }
 }
@@ -98,7 +99,7 @@ void barPrintIteration(MXL_context *ctx, BarrierState &b, bool last) {
   if (level < 2 || ctx->quietSubsolve || b.lastPrintedIter == b.iterCount) return;
   const int printNow = level >= 3 || b.iterCount % 10 == 0 || last ? 1 : 0;
   if (!printNow) return;
-  const double obj = presolveObjPreToApp(ctx, b.fTilde);
+  const double obj = presolveObjPreToApp(ctx, b.fObj);
   printIter(ctx, level, static_cast<unsigned>(b.iterCount), static_cast<unsigned>(ctx->eval.counters.numFCevals),
             0u, 1, obj, b.feasErr, b.optErr, b.alpha * norm2(b.nX, b.d.data()));
   b.lastPrintedIter = b.iterCount;
@@ -111,6 +112,7 @@ void barSwapTrial(BarrierState &b) {
   b.c.swap(b.cTrial);
   b.cModel.swap(b.cModelTrial);
   std::swap(b.fTilde, b.fTildeTrial);
+  std::swap(b.fObj, b.fObjTrial);
   b.lambda.swap(b.lambdaTrial);
 }
 
@@ -307,10 +309,14 @@ int barrierInitialize(MXL_context *ctx) {
   b.rho = 0.995;
   presolveSetObjScale(ctx, ctx->var.objGrad.data());
   b.objScale = ctx->pre.objScale;
-  b.objFactor = b.objSign * b.objScale;
+  b.objFactor = b.objWeight = b.objSign * b.objScale;
   if (const int rc = barStartValues(ctx, b)) return rc;
+  penaltyBarInitPi(ctx, b);
+  const double push = ctx->drv.resolvedSlackPush > 0.0 ? ctx->drv.resolvedSlackPush : 0.1;
+  penaltyBarInitVars(b, push);
+  b.fTilde = penaltyBarObjective(b, b.x.data(), b.fObj);
   barStartMultipliers(ctx, b);
-  initializeSlacks(b, ctx->drv.resolvedSlackPush > 0.0 ? ctx->drv.resolvedSlackPush : 0.1);
+  initializeSlacks(b, push);
   initializeLambdaIneq(b, 0.0);
   barrierFormRows(b, b.x.data(), b.cModel.data(), b.c.data());
   barrierUpdateFG(b);
@@ -346,7 +352,7 @@ int barrierNewpoint(MXL_context *ctx) {
   int stop = 0;
   if (ctx->hooks.newpt != nullptr && callbackForNewPoint(ctx, b.xApp.data(), b.lambdaApp.data()) == 0) stop = 1;
   if (ctx->opt.newpoint == 1 || ctx->opt.newpoint == 2)
-    writeNewPoint(ctx, b.iterCount, presolveObjPreToApp(ctx, b.fTilde), b.xApp.data(), b.lambdaApp.data());
+    writeNewPoint(ctx, b.iterCount, presolveObjPreToApp(ctx, b.fObj), b.xApp.data(), b.lambdaApp.data());
   presolveTransform(ctx);
   b.evalRequest = 6;
   return stop;
@@ -401,11 +407,14 @@ void barrierFinished(MXL_context *ctx) {
   BarrierState &b = *ctx->bar;
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
   presolveCPreToApp(ctx, b.cModel.data(), b.cApp.data());
-  double f = presolveObjPreToApp(ctx, b.fTilde);
+  double f = presolveObjPreToApp(ctx, b.fObj);
   double feas = b.feasErr, opt = b.optErr;
   const MxBestPoint &best = ctx->errState.best;
   const bool bestFeasible = best.stored && best.bestFeasErr <= b.tolFeas;
-  const bool useBest = b.barStatus != 0 && best.stored &&
+  // A minimiser of the elastic violation is the answer of an infeasible
+  // model, even where an earlier point had a smaller largest violation.
+  const bool elasticEnd = b.barStatus == MX_RC_INFEASIBLE && b.pen.count > 0;
+  const bool useBest = b.barStatus != 0 && best.stored && !elasticEnd &&
                        ((!b.feasibleNow && bestFeasible) ||
                         (b.feasibleNow && bestFeasible && barrierFeasibleBetter(b.objSign, best.bestObj, best.bestOptErr, f, opt)) ||
                         (!b.feasibleNow && !bestFeasible && best.bestFeasErr < b.feasErr));
@@ -459,6 +468,8 @@ void barrierMain(MXL_context *ctx) {
       mxl_printf(ctx, "         optimality conditions have been verified.\n");
     }
     if (ends) break;
+    if (b.stepOutcome == BAR_STEP_ACCEPTED && !retest) penaltyBarUpdatePi(ctx, b, b.forceFGUpdate);
+    b.forceFGUpdate = false;
     if (b.resto.phase != 3 && b.stepOutcome == BAR_STEP_ACCEPTED && !retest) barrierFeasibleModeCheck(ctx, b);
     retest = false;
     if (b.needMuUpdate && b.resto.phase == 3) b.needMuUpdate = false;

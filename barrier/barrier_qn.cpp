@@ -283,7 +283,7 @@ void qnPair(BarrierState &b) {
   std::vector<double> &a = b.workFull;
   for (int i = 0; i < n; ++i) {
     q.s[i] = b.x[i] - q.xPrev[i];
-    q.y[i] = b.objFactor * (b.gModel[i] - q.gPrev[i]);
+    q.y[i] = b.objWeight * (b.gModel[i] - q.gPrev[i]);
   }
   barrierJacTransTimes(b, b.x.data(), b.lambda.data(), a.data());
   for (int i = 0; i < n; ++i) q.y[i] -= a[i];
@@ -337,7 +337,7 @@ int qnFiniteDifferenceHv(MXL_context *ctx, BarrierState &b, const double *v, dou
   b.jacVals.swap(jac);
   barrierJacTransTimes(b, b.x.data(), b.lambda.data(), a.data());
   b.jacVals.swap(jac);
-  for (int i = 0; i < n; ++i) y[i] = (b.objFactor * (g[i] - b.gModel[i]) - (a[i] - a0[i])) / h;
+  for (int i = 0; i < n; ++i) y[i] = (b.objWeight * (g[i] - b.gModel[i]) - (a[i] - a0[i])) / h;
   return 0;
 }
 
@@ -350,7 +350,7 @@ int qnUserHv(MXL_context *ctx, BarrierState &b, const double *v, double *y) {
   }
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
   std::copy(v, v + b.n, va.begin());
-  const int rc = callbackForH(ctx, MX_EVALTYPE_HV, b.xApp.data(), b.objFactor, lh.data(), va.data(), nullptr, ya.data());
+  const int rc = callbackForH(ctx, MX_EVALTYPE_HV, b.xApp.data(), b.objWeight, lh.data(), va.data(), nullptr, ya.data());
   if (rc != 0) return rc;
   std::copy(ya.begin(), ya.end(), y);
   return 0;

@@ -18,7 +18,7 @@ void switchInitialize(MXL_context *ctx, BarrierState &b) {
   BarRestore &r = b.resto;
   const int rule = ctx->drv.resolvedSwitchRule;
   r = BarRestore();
-  r.active = (rule == 2 || rule == 3) && b.mFull > 0;
+  r.active = (rule == 2 || rule == 3) && b.mFull > 0 && b.pen.count == 0;
   if (!r.active) return;
   if (b.convexModel && ctx->resolvedAlgorithm == 1) r.patience = 3;
   else r.patience = rule == 2 ? 2 : 1;
@@ -101,6 +101,7 @@ int resAccept(MXL_context *ctx, BarrierState &b) {
   b.c.swap(b.cTrial);
   b.cModel.swap(b.cModelTrial);
   b.fTilde = b.fTildeTrial;
+  b.fObj = b.fObjTrial;
   ++b.iterCount;
   ++b.totalIterCount;
   ++b.resto.legIters;

@@ -52,9 +52,9 @@ void barAddVarRows(const PreModel &p, double range, bool fixed, std::vector<BarR
 void barIndexRows(BarrierState &b) {
   b.conFirstRow.assign(b.m, -1);
   b.conRowCount.assign(b.m, 0);
-  b.varBoundRows[0].assign(b.n, -1);
-  b.varBoundRows[1].assign(b.n, -1);
-  b.varFixedRow.assign(b.n, -1);
+  b.varBoundRows[0].assign(b.nX, -1);
+  b.varBoundRows[1].assign(b.nX, -1);
+  b.varFixedRow.assign(b.nX, -1);
   b.slackRow.clear();
   b.nEq = b.nIneq = b.nFixed = b.nBoundRows = 0;
   for (int r = 0; r < b.mFull; ++r) {
@@ -91,9 +91,9 @@ void barrierSizes(MXL_context *ctx, BarrierState &b) {
   barAddConRows(p, range, false, b.rows);
   barAddVarRows(p, range, true, b.rows);
   barAddVarRows(p, range, false, b.rows);
+  penaltyBarSetup(ctx, b);
   b.mFull = static_cast<int>(b.rows.size());
   barIndexRows(b);
-  b.nX = b.n;
   b.nSlacks = static_cast<int>(b.slackRow.size());
   b.nFull = b.nX + b.nSlacks;
   b.nnzJ = ctx->pat.jac.nnz;

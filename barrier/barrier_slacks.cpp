@@ -20,7 +20,7 @@ void initializeSlacks(BarrierState &b, double push) {
   for (int j = 0; j < b.nSlacks; ++j) {
     const BarRow &row = b.rows[b.slackRow[j]];
     const double v = row.onVariable() ? b.x[row.item] : b.cModel[row.item];
-    b.x[b.nX + j] = std::max(push, row.sign() * (v - row.bound));
+    b.x[b.nX + j] = std::max(push, row.sign() * (v - row.bound) + row.penTimes(b.x.data()));
   }
 }
 

@@ -82,7 +82,7 @@ void barScales(MXL_context *ctx, BarrierState &b) {
   b.optScale = std::max(1.0, g);
   b.optScaleInt = std::max(1.0, b.objScale * g);
   if (b.mFull == 0) {
-    const double f = std::fabs(b.fTilde);
+    const double f = std::fabs(b.fObj);
     b.optScale = std::max(1.0, std::min(f / b.objScale, b.gradNormStart));
     b.optScaleInt = std::max(1.0, std::min(f, b.objScale * b.gradNormStart));
   }
@@ -110,6 +110,37 @@ void barSetMuUpdate(MXL_context *ctx, BarrierState &b, bool solved) {
   (void)ctx;
 }
 
+// The average product of slack and multiplier. An elastic value p lets the
+// model's objective fall by about |lambda| p, with lambda the multiplier of
+// its row in the model's scale; the multiplier of its bound measures the
+// elastic objective instead, which the answer does not care about.
+double barModelComplementarity(const BarrierState &b) {
+  double gap = 0.0;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const int r = b.slackRow[j];
+    const BarRow &row = b.rows[r];
+    if (row.onVariable() && row.item >= b.n) {
+      const int of = b.pen.row[row.item - b.n];
+      gap += std::fabs(b.lambda[of]) * std::max(b.x[row.item], 0.0) / b.pen.piObjFactor;
+    } else {
+      gap += b.x[b.nX + j] * b.lambda[r];
+    }
+  }
+  return gap / std::max(b.nSlacks, 1);
+}
+
+// The elastic problem solved at a point that violates the model: the weight
+// must grow; at its limits the point minimises the violation.
+void barElasticSolved(MXL_context *ctx, BarrierState &b) {
+  b.elasticInfeasible = b.elasticStationary = false;
+  if (b.pen.count == 0 || b.feasibleNow || b.solutionFound) return;
+  const double tol = ctx->opt.opttol * std::max(1.0, b.pen.pi);
+  if (b.cErr > b.tolFeas || b.barrierErr > tol || b.mu > 1e-6) return;
+  b.elasticStationary = true;
+  if (penaltyBarAtLimit(b)) b.elasticInfeasible = true;
+  else b.forceFGUpdate = true;
+}
+
 void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   b.cErr = normInf(b.mFull, b.c.data());
   b.optErr = barOptimalityError(ctx, b);
@@ -135,17 +166,17 @@ void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   // The complementarity of the barrier pairs must also be small: a point
   // whose products are at the size of the tolerance still moves the
   // objective by about their sum.
-  double avgComp = 0.0;
-  getDualityGap(b, b.x.data(), b.lambda.data(), nullptr, nullptr, &avgComp);
+  const double avgComp = barModelComplementarity(b);
   b.solutionFound = b.feasibleNow && b.optErr <= tolOpt && avgComp / b.objScale <= 0.1 * tolOpt;
   const double target = ctx->opt.fstopval;
   if (!b.solutionFound && b.feasibleNow && ctx->opt.objrange > std::fabs(target)) {
-    const double f = presolveObjPreToApp(ctx, b.fTilde);
+    const double f = presolveObjPreToApp(ctx, b.fObj);
     const bool reached = b.objSign < 0 ? f >= target : f <= target;
     if (reached) b.solutionFound = b.fstopReached = true;
   }
   barSetMuUpdate(ctx, b, solved);
   if (b.solutionFound) b.needMuUpdate = false;
+  barElasticSolved(ctx, b);
 }
 
 }  // namespace
@@ -167,7 +198,7 @@ namespace {
 // infeasible.
 void barKeepBest(MXL_context *ctx, BarrierState &b) {
   MxBestPoint &best = ctx->errState.best;
-  const double f = presolveObjPreToApp(ctx, b.fTilde);
+  const double f = presolveObjPreToApp(ctx, b.fObj);
   bool better = !best.stored;
   if (!better) {
     const bool bestFeasible = best.bestFeasErr <= b.tolFeas;
@@ -199,7 +230,7 @@ void barStallCounters(MXL_context *ctx, BarrierState &b) {
   for (int i = 0; i < b.nX && xsmall; ++i)
     xsmall = std::fabs(b.alpha * b.d[i]) < (1.0 + std::fabs(b.x[i])) * ctx->opt.xtol;
   b.xtolRun = xsmall ? b.xtolRun + 1 : 0;
-  const double f = b.fTilde / b.objScale;
+  const double f = b.fObj / b.objScale;
   b.ftolRun = b.feasibleNow && std::fabs(f - b.fPrev) < ctx->opt.ftol * (1.0 + std::fabs(f)) ? b.ftolRun + 1 : 0;
   b.fPrev = f;
   if (!b.feasibleNow) {
@@ -248,11 +279,11 @@ bool barInfeasibleStationary(BarrierState &b) {
 
 int barLimitStatus(MXL_context *ctx, BarrierState &b) {
   const bool feas = b.feasibleNow;
-  if (!feas && barInfeasibleStationary(b)) return MX_RC_INFEASIBLE;
+  if (!feas && (b.elasticInfeasible || barInfeasibleStationary(b))) return MX_RC_INFEASIBLE;
   if (!feas && b.resto.phase == 3 && b.resto.stalled) return barrierRestorationEnd(b);
   const int stallLimit = ctx->opt.infeastol_iters;
   if (!feas && stallLimit > 0 && b.infeasStall >= stallLimit) return MX_RC_INFEAS_NO_IMPROVE;
-  if (feas && b.stepOutcome == BAR_STEP_ACCEPTED && b.fTilde / b.objScale < -ctx->opt.objrange) return -300;
+  if (feas && b.stepOutcome == BAR_STEP_ACCEPTED && b.fObj / b.objScale < -ctx->opt.objrange) return -300;
   if (b.iterCount >= ctx->drv.resolvedMaxit) return feas ? -400 : -410;
   const int fl = ctx->opt.maxfevals;
   if (fl > 0 && ctx->eval.counters.numFCevals >= fl) return feas ? -402 : -412;
@@ -268,11 +299,13 @@ int barLimitStatus(MXL_context *ctx, BarrierState &b) {
     }
     // A direct step may still move the multipliers: give it a few more.
     if (b.directStepOk && ++b.tinyDirectSteps < 5) return 0;
+    if (!feas && b.elasticStationary) return MX_RC_INFEASIBLE;
     if (!feas) return b.xtolRun >= ctx->opt.xtol_iters ? -201 : -202;
     if (b.optErr > 100.0 * b.tolOpt) return b.xtolRun >= ctx->opt.xtol_iters ? -101 : -102;
     return -100;
   }
-  if (ctx->opt.xtol_iters > 0 && b.xtolRun >= ctx->opt.xtol_iters) return feas ? -101 : -201;
+  if (ctx->opt.xtol_iters > 0 && b.xtolRun >= ctx->opt.xtol_iters)
+    return feas ? -101 : b.elasticStationary ? MX_RC_INFEASIBLE : -201;
   if (ctx->opt.ftol_iters > 0 && b.ftolRun >= ctx->opt.ftol_iters) return -103;
   if (barTimeUp(ctx)) return feas ? -401 : -411;
   return 0;
@@ -281,7 +314,7 @@ int barLimitStatus(MXL_context *ctx, BarrierState &b) {
 // Filter of (objective, infeasibility) pairs: a point that no entry
 // dominates is progress; repeated failures switch to the monotone regime.
 void barGlobalizeFilter(MXL_context *ctx, BarrierState &b, int limitFails) {
-  const double f = b.fTilde, feas = b.feasErrPre;
+  const double f = b.fObj, feas = b.feasErrPre;
   const double margin = 1e-5 * std::min(1.0, std::max(feas / b.feasScale, b.optErr / b.optScale));
   if (b.filterF.empty()) {
     b.filterF.assign(1, f);

@@ -44,7 +44,7 @@ bool barrierWatchdogCheck(MXL_context *ctx, BarrierState &b) {
 void barrierWatchdogStore(BarrierState &b) {
   BarWatchdog &w = b.watchdog;
   wdPairs(b, w, [](std::vector<double> &it, std::vector<double> &kept) { kept.assign(it.begin(), it.end()); });
-  w.fTilde = b.fTilde;
+  w.fObj = b.fObj;
   w.phi = b.phi;
   w.cNorm = b.cNorm;
   w.merit = b.phi + b.nuUsed * b.cNorm;
@@ -59,7 +59,9 @@ void barrierWatchdogStore(BarrierState &b) {
 void barrierWatchdogRestore(BarrierState &b) {
   BarWatchdog &w = b.watchdog;
   wdPairs(b, w, [](std::vector<double> &it, std::vector<double> &kept) { it.assign(kept.begin(), kept.end()); });
-  b.fTilde = w.fTilde;
+  // The elastic weight may have moved since: the objective is rebuilt.
+  b.fObj = w.fObj;
+  b.fTilde = penaltyBarObjective(b, b.x.data(), b.fObj);
   b.delta = w.delta;
   b.nu = w.nu;
   b.stepKind = w.stepKind;

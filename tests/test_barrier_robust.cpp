@@ -461,4 +461,55 @@ TEST(BarrierRobust, InfeasibleModelsAreDetected) {
   }
 }
 
+// With elastic variables the rows are always met: the weight on them grows
+// until it reaches its limits, and the point where it stops minimises the
+// violation. For the disc that is (1, 1) / sqrt(2), on the circle.
+TEST(BarrierRobust, ElasticRowsEndInfeasibleModelsAtLeastViolation) {
+  for (int alg : {1, 2}) {
+    Solve r(alg);
+    buildInfeasibleDisc(r);
+    ASSERT_EQ(MX_set_int_param_by_name(r.kc, "convex", 1), 0);
+    ASSERT_EQ(MX_set_int_param_by_name(r.kc, "bar_penaltycons", 2), 0);
+    EXPECT_EQ(MX_solve(r.kc), MX_RC_INFEASIBLE) << "algorithm " << alg << "\n" << r.log;
+    double x[2] = {0.0, 0.0};
+    ASSERT_EQ(MX_get_var_primal_values_all(r.kc, x), 0);
+    EXPECT_NEAR(x[0], std::sqrt(0.5), 1e-4) << "algorithm " << alg;
+    EXPECT_NEAR(x[1], std::sqrt(0.5), 1e-4) << "algorithm " << alg;
+  }
+  Solve r(1);
+  buildInfeasibleRing(r);
+  ASSERT_EQ(MX_set_int_param_by_name(r.kc, "bar_penaltycons", 2), 0);
+  const int rc = MX_solve(r.kc);
+  EXPECT_TRUE(rc == MX_RC_INFEASIBLE || rc == MX_RC_INFEAS_NO_IMPROVE) << rc;
+}
+
+// Three rows on two variables, all met at (1, 1): an overdetermined model,
+// which the automatic choice gives elastic rows.
+TEST(BarrierRobust, OverdeterminedModelSolvesWithElasticRows) {
+  for (int alg : {1, 2}) {
+    Solve r(alg);
+    ASSERT_EQ(MX_set_int_param_by_name(r.kc, "outlev", 4), 0);
+    ASSERT_EQ(MX_add_vars(r.kc, 2, nullptr), 0);
+    ASSERT_EQ(MX_add_cons(r.kc, 3, nullptr), 0);
+    ASSERT_EQ(MX_add_con_linear_term(r.kc, 0, 0, 1.0), 0);
+    ASSERT_EQ(MX_add_con_linear_term(r.kc, 0, 1, 1.0), 0);
+    ASSERT_EQ(MX_set_con_eqbnd(r.kc, 0, 2.0), 0);
+    ASSERT_EQ(MX_add_con_linear_term(r.kc, 1, 0, 1.0), 0);
+    ASSERT_EQ(MX_add_con_linear_term(r.kc, 1, 1, -1.0), 0);
+    ASSERT_EQ(MX_set_con_eqbnd(r.kc, 1, 0.0), 0);
+    ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 2, 0, 0, 1.0), 0);
+    ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 2, 1, 1, 1.0), 0);
+    ASSERT_EQ(MX_set_con_eqbnd(r.kc, 2, 2.0), 0);
+    ASSERT_EQ(MX_add_obj_quadratic_term(r.kc, 0, 0, 1.0), 0);
+    ASSERT_EQ(MX_add_obj_linear_term(r.kc, 1, -3.0), 0);
+    EXPECT_EQ(MX_solve(r.kc), 0) << "algorithm " << alg << "\n" << r.log;
+    EXPECT_NE(r.log.find("changing bar_penaltycons from AUTO to 2"), std::string::npos);
+    double x[2] = {0.0, 0.0};
+    ASSERT_EQ(MX_get_var_primal_values_all(r.kc, x), 0);
+    EXPECT_NEAR(x[0], 1.0, 1e-6) << "algorithm " << alg;
+    EXPECT_NEAR(x[1], 1.0, 1e-6) << "algorithm " << alg;
+    EXPECT_NEAR(r.obj(), -2.0, 1e-6) << "algorithm " << alg;
+  }
+}
+
 }  // namespace
