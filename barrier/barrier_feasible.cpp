@@ -22,10 +22,11 @@ bool barStayModeWanted(const MXL_context *ctx) {
   return f == 1 || f == 3;
 }
 
-// Whether a slack row of the point is more than tol inside its bound.
+// Whether a slack row of the point is more than tol inside its bound; the
+// model's row, without the elastic values that relax it.
 bool barRowInside(const BarrierState &b, int j, const double *xs, const double *c, double tolX, double tolC) {
   const int r = b.slackRow[j];
-  const double t = c[r] + xs[b.nX + j];
+  const double t = c[r] + xs[b.nX + j] - b.rows[r].penTimes(xs);
   return t > (b.rows[r].onVariable() ? tolX : tolC);
 }
 

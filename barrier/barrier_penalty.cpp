@@ -57,6 +57,18 @@ void penRaise(BarPenalty &p) {
   ++p.raises;
 }
 
+// The barrier values after a change of the weights.
+void penApply(MXL_context *ctx, BarrierState &b, double sum) {
+  BarPenalty &p = b.pen;
+  b.objWeight = b.objFactor * p.piObjFactor;
+  b.fTilde = penaltyBarObjective(b, b.x.data(), b.fObj);
+  barrierUpdateFG(b);
+  // The history belongs to the old weight.
+  p.sumHistory.clear();
+  if (ctx->opt.debug > 0)
+    mxl_printf(ctx, "Elastic weight changed: pi = %g, objective factor = %g, sum = %g\n", p.pi, p.piObjFactor, sum);
+}
+
 }  // namespace
 
 void penaltyBarSetup(MXL_context *ctx, BarrierState &b) {
@@ -157,12 +169,6 @@ bool penaltyBarUpdatePi(MXL_context *ctx, BarrierState &b, bool force) {
   if (p.sumHistory.size() > 100) p.sumHistory.erase(p.sumHistory.begin());
   if (!raise) return false;
   penRaise(p);
-  b.objWeight = b.objFactor * p.piObjFactor;
-  b.fTilde = penaltyBarObjective(b, b.x.data(), b.fObj);
-  barrierUpdateFG(b);
-  // The history belongs to the old weight.
-  p.sumHistory.clear();
-  if (ctx->opt.debug > 0)
-    mxl_printf(ctx, "Elastic weight raised: pi = %g, objective factor = %g, sum = %g\n", p.pi, p.piObjFactor, sum);
+  penApply(ctx, b, sum);
   return true;
 }
