@@ -49,6 +49,11 @@ struct BarRow {
       if (pen[q] >= 0) t += penCoef[q] * v[pen[q]];
     return t;
   }
+  // y[column] += coef * w over the elastic columns of the row
+  void penAdd(double w, double *y) const {
+    for (int q = 0; q < 2; ++q)
+      if (pen[q] >= 0) y[pen[q]] += penCoef[q] * w;
+  }
   double sign() const { return kind == BAR_ROW_INEQ_UP || kind == BAR_ROW_BOUND_UP ? -1.0 : 1.0; }
   bool onVariable() const { return kind >= BAR_ROW_FIXED; }
 };
@@ -111,9 +116,7 @@ struct BarPenalty {
   int count = 0;                 // elastic columns
   std::vector<int> row;          // column - n -> its full row
   double pi = 10.0, piObjFactor = 1.0, piCap = 1e6;
-  bool raiseNext = false;
   std::vector<double> sumHistory;  // sum of elastic values after accepted steps
-  int raises = 0;
 };
 
 // The switch between the main mode and feasibility restoration.
@@ -276,6 +279,9 @@ struct BarrierState {
 };
 
 #include "interface/context.h"  // BarrierStateDeleter
+
+// Whether the row is the bound p >= 0 of an elastic column.
+inline bool barElasticBound(const BarrierState &b, const BarRow &row) { return row.onVariable() && row.item >= b.n; }
 
 // ---- Loop (barrier_main.cpp) ----
 void barrierMain(MXL_context *ctx);

@@ -145,8 +145,7 @@ void barrierJacTransTimes(const BarrierState &b, const double *xs, const double 
         y[b.jacVars[k]] += b.jacVals[k] * wr;
     }
     if (row.slack >= 0) y[b.nX + row.slack] -= s[row.slack] * w[r];
-    for (int q = 0; q < 2; ++q)
-      if (row.pen[q] >= 0) y[row.pen[q]] += row.penCoef[q] * w[r];
+    row.penAdd(w[r], y);
   }
 }
 
@@ -176,7 +175,7 @@ void barrierLambdaToUser(const BarrierState &b, const double *lambda, double *us
   const double scale = 1.0 / b.pen.piObjFactor;
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
-    if (row.onVariable() && row.item >= b.n) continue;  // bound of an elastic column
+    if (barElasticBound(b, row)) continue;
     const int at = row.onVariable() ? b.m + row.item : row.item;
     user[at] -= row.sign() * lambda[r] * scale;
   }

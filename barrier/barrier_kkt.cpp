@@ -247,8 +247,7 @@ void barAddRowToPrimal(const BarrierState &b, int r, double w, double *top) {
   }
   for (int64_t e = b.jacRowPtr[row.item]; e < b.jacRowPtr[row.item + 1]; ++e)
     top[b.jacVars[e]] += row.sign() * b.jacVals[e] * w;
-  for (int q = 0; q < 2; ++q)
-    if (row.pen[q] >= 0) top[row.pen[q]] += row.penCoef[q] * w;
+  row.penAdd(w, top);
 }
 
 void formCompactRHS(const BarrierState &b, const double *rhsX, const double *rhsC, double *rhs) {

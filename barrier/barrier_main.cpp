@@ -72,7 +72,7 @@ void barStartMultipliers(MXL_context *ctx, BarrierState &b) {
   if (ctx->noInitialLambda || ctx->lambda.size() < static_cast<size_t>(b.m + b.n)) return;
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
-    if (row.onVariable() && row.item >= b.n) continue;  // bound of an elastic column
+    if (barElasticBound(b, row)) continue;
     const int at = row.onVariable() ? b.m + row.item : row.item;
     const double v = -row.sign() * b.objWeight * ctx->lambda[at];
     b.lambda[r] = row.slack >= 0 ? std::max(v, 0.0) : v;

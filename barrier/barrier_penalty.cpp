@@ -24,7 +24,7 @@ bool penRowWanted(int mode, const BarRow &row) {
   return mode == 2 || (mode == 3 && row.kind == BAR_ROW_EQ);
 }
 
-int penAddColumn(BarrierState &b, int r, double coef, std::vector<BarRow> &boundRows) {
+void penAddColumn(BarrierState &b, int r, double coef, std::vector<BarRow> &boundRows) {
   const int col = b.n + b.pen.count++;
   b.pen.row.push_back(r);
   BarRow &row = b.rows[r];
@@ -36,7 +36,6 @@ int penAddColumn(BarrierState &b, int r, double coef, std::vector<BarRow> &bound
   bound.item = col;
   bound.bound = 0.0;
   boundRows.push_back(bound);
-  return col;
 }
 
 // The effective weight's history decides a raise: the largest of the last
@@ -53,8 +52,6 @@ bool penStalled(const BarPenalty &p, size_t window, double factor, double curren
 void penRaise(BarPenalty &p) {
   if (p.pi < p.piCap) p.pi = std::min(10.0 * p.pi, p.piCap);
   else p.piObjFactor = std::max(0.1 * p.piObjFactor, kEps);
-  p.raiseNext = false;
-  ++p.raises;
 }
 
 // The barrier values after a change of the weights.
@@ -159,7 +156,7 @@ bool penaltyBarUpdatePi(MXL_context *ctx, BarrierState &b, bool force) {
   const double tol = b.feasScale * b.muTol;
   bool raise = false;
   if (!penaltyBarAtLimit(b) && (force || (!b.feasibleNow && maxElastic > tol))) {
-    raise = force || p.raiseNext;
+    raise = force;
     // The elastic sum must fall by a tenth over three steps, and by
     // anything at all over a hundred.
     if (b.iterCount > 3 && penStalled(p, 3, 0.9, sum)) raise = true;

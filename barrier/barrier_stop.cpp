@@ -119,7 +119,7 @@ double barModelComplementarity(const BarrierState &b) {
   for (int j = 0; j < b.nSlacks; ++j) {
     const int r = b.slackRow[j];
     const BarRow &row = b.rows[r];
-    if (row.onVariable() && row.item >= b.n) {
+    if (barElasticBound(b, row)) {
       const int of = b.pen.row[row.item - b.n];
       gap += std::fabs(b.lambda[of]) * std::max(b.x[row.item], 0.0) / b.pen.piObjFactor;
     } else {
