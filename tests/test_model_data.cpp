@@ -3,10 +3,12 @@
 // what they refuse, what they do to types and phases, and the checks of the
 // merge.
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 
 #include "eval_fixture.h"
+#include "interface/frame.h"
 #include "interface/structures.h"
 
 namespace {
@@ -307,17 +309,95 @@ TEST_F(Model, ObjectiveCallsValidateTheirValue) {
   EXPECT_EQ(out->take(), "ERROR: Bad value for objective goal.\n");
 }
 
-TEST(ModelOlderFamily, ContextWithoutModelLayerRefusesModelCalls) {
+// Handles: a freed handle is cleared and refused quietly afterwards; a
+// context of the older family has no model layer.
+TEST(Handles, NewAndFreeCheckTheirHandles) {
+  MX_context_ptr kc = nullptr;
+  ASSERT_EQ(MX_new(&kc), 0);
+  EXPECT_EQ(MX_free(&kc), 0);
+  EXPECT_EQ(kc, nullptr);
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(MX_free(&kc), MX_RC_BAD_KCPTR);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(MX_free(nullptr), MX_RC_BAD_KCPTR);
+  EXPECT_EQ(MXL_free(nullptr), MX_RC_BAD_KCPTR);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "WARNING: MX_free() was passed a NULL handle (pointer to pointer).\n"
+            "WARNING: MX_free()/MXL_free() was passed a NULL handle (pointer to pointer).\n");
   MXL_context_ptr ctx = MXL_new();
   ASSERT_NE(ctx, nullptr);
   PrintCapture cap(ctx);
   EXPECT_EQ(MX_add_vars(ctx, 1, nullptr), MX_RC_ILLEGAL_CALL);
   EXPECT_EQ(cap.take(), "ERROR: MX_new*() must be called before calling MX_add_vars().\n");
   EXPECT_EQ(MXL_free(&ctx), 0);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(MXL_free(nullptr), MX_RC_BAD_KCPTR);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "WARNING: MX_free()/MXL_free() was passed a NULL handle (pointer to pointer).\n");
+}
+
+TEST(Handles, ReleaseTextIsCutAndTerminated) {
+  char buf[32];
+  std::memset(buf, 'x', sizeof buf);
+  ASSERT_EQ(MX_get_release(10, buf), 0);
+  EXPECT_EQ(std::string(buf), "Morvex 0.1");
+  EXPECT_EQ(buf[11], 'x');
+  buf[0] = 'y';
+  EXPECT_EQ(MX_get_release(0, buf), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(buf[0], '\0');
+}
+
+// A child context made for a subproblem: the root shared, its print routed
+// to the given sink, and a relaxation drops integer types while the parent
+// keeps them.
+TEST_F(Model, SubproblemChildCopiesTheModelAndRelaxesIntegers) {
+  build(2, 1);
+  ASSERT_EQ(MX_set_var_type(kc, 1, MX_VARTYPE_INTEGER), 0);
+  ASSERT_EQ(MX_set_var_upbnd(kc, 0, 4.0), 0);
+  ASSERT_EQ(MX_set_con_eqbnd(kc, 0, 1.0), 0);
+  std::string childOut;
+  MX_puts *sink = [](const char *s, void *user) {
+    *static_cast<std::string *>(user) += s;
+    return 0;
+  };
+  MXL_context *child = mx_new_puts_subproblem(kc, sink, &childOut, nullptr, 1);
+  ASSERT_NE(child, nullptr);
+  EXPECT_EQ(child->rootContext, kc);
+  ASSERT_EQ(mx_copy_problem(kc, child, 0, 0), 0);
+  EXPECT_EQ(child->n, 2);
+  EXPECT_EQ(child->var.up[0], 4.0);
+  EXPECT_EQ(child->con.lo[0], 1.0);
+  EXPECT_EQ(child->var.type[1], MX_VARTYPE_CONTINUOUS);
+  EXPECT_EQ(kc->var.type[1], MX_VARTYPE_INTEGER);
+  EXPECT_EQ(child->changeLevel, 0);
+  // The child is independent: changing it leaves the parent as it was.
+  ASSERT_EQ(MX_set_var_upbnd(child, 0, 1.0), 0);
+  EXPECT_EQ(kc->var.up[0], 4.0);
+  EXPECT_EQ(MX_set_var_lobnd(child, 7, 0.0), MX_RC_BAD_VAR_INDEX);
+  EXPECT_NE(childOut.find("ERROR: Variable index 7 outside of range."), std::string::npos);
+  EXPECT_EQ(kc->fatalError, 0);
+  MXL_context *solved = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 6);
+  ASSERT_EQ(mx_copy_problem(kc, solved, 1, 1), 0);
+  EXPECT_EQ(solved->changeLevel, -1);
+  EXPECT_EQ(solved->var.type[1], MX_VARTYPE_INTEGER);
+  EXPECT_EQ(MX_free(&solved), 0);
+  EXPECT_EQ(MX_free(&child), 0);
+}
+
+// At debug level 2 every call announces itself, and while a solve runs a
+// change of the record behind the library's back is reported.
+TEST_F(Model, DebugChecksumWarnsWhenTheRecordChangesDuringASolve) {
+  build(3, 0);
+  kc->opt.debug = 2;
+  int n = 0;
+  const std::string entered = "--- Debug: entered MX_get_number_vars, status=0\n";
+  kc->solveInProgress = 1;
+  kc->debugChecksum = computeDebugCheckSum(kc);
+  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
+  EXPECT_EQ(out->take(), entered);
+  kc->var.x[1] = 1234.0;  // an application writing through a stale pointer
+  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
+  EXPECT_EQ(out->take(), entered + "---   WARNING: MXL_context corrupted by application!\n");
+  kc->solveInProgress = 0;
 }
 
 int noop(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr, MX_eval_result_ptr, void *) { return 0; }

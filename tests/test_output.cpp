@@ -7,8 +7,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -73,19 +74,20 @@ TEST_F(Output, AppendKeepsTheOldLogBehindASeparator) {
             "first run\n\n======================================================================\nsecond run\n");
 }
 
-TEST_F(Output, UnusableOutdirWarnsAndFallsBackToTheCurrentDirectory) {
+// An outdir or print file that cannot be used warns, and the text still
+// goes somewhere.
+TEST_F(Output, UnusableOutdirOrPrintFileFallsBack) {
   kc->opt.outdir = dir + "/missing";
   testing::internal::CaptureStdout();
   set(2, 2);
-  const std::string warned = testing::internal::GetCapturedStdout();
-  EXPECT_EQ(warned, "WARNING: Could not find outdir '" + dir + "/missing'.\n"
-                    "         Unix error = ENOENT (no such entry).\n"
-                    "         Output files will be in the current directory.\n");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "WARNING: Could not find outdir '" + dir + "/missing'.\n"
+            "         Unix error = ENOENT (no such entry).\n"
+            "         Output files will be in the current directory.\n");
   EXPECT_EQ(printed("here\n"), "here\n");
   EXPECT_EQ(slurp("morvex.log"), "here\n");
-}
-
-TEST_F(Output, UnopenablePrintFileSendsOutputToTheScreen) {
+  set(2, 0);
+  kc->opt.outdir.clear();
   kc->opt.outname = "no/such/dir/run.log";
   testing::internal::CaptureStdout();
   set(2, 1);
@@ -96,12 +98,23 @@ TEST_F(Output, UnopenablePrintFileSendsOutputToTheScreen) {
   EXPECT_EQ(printed("x\n"), "x\n");
 }
 
-// Every return code has its exit message: the row the table holds for it,
-// the fatal-error line, or the unknown-code lines.
+// The codes the header defines are the table's, once each, and every one
+// has its exit message: the row the table holds for it, the fatal-error
+// line, or the unknown-code lines.
 TEST_F(Output, EveryReturnCodePrintsItsExitMessage) {
+  std::ifstream header(MORVEX_HEADER_PATH);
+  ASSERT_TRUE(header.good());
+  const std::regex define("^#define (MX_RC_[A-Z_]+) +(-?[0-9]+)");
+  std::set<int> headerCodes, tableCodes;
+  std::smatch m;
+  for (std::string line; std::getline(header, line);)
+    if (std::regex_search(line, m, define)) headerCodes.insert(std::stoi(m[2]));
   PrintCapture cap(kc);
   int count = 0;
   const MxReturnCode *codes = mxl_return_codes(&count);
+  for (int i = 0; i < count; ++i) EXPECT_TRUE(tableCodes.insert(codes[i].code).second) << codes[i].name;
+  EXPECT_EQ(headerCodes, tableCodes);
+  EXPECT_EQ(mxl_find_return_code(-518), nullptr);
   MxExitInfo info;
   info.xtolIters = 1;
   for (int mixed = 0; mixed <= 1; ++mixed) {
@@ -198,12 +211,11 @@ TEST_F(Output, NewPointLogRewritesOrAppends) {
 }
 
 TEST_F(Output, DebugOptionsFallBackToDefaultsAlongAnyMissingKey) {
-  { std::ofstream("dbg.json") << R"({"MIP": {"SolutionPathMorvex": "sol.txt", "Depth": 3, "Inner": {"Tol": 0.5}}})"; }
+  { std::ofstream("dbg.json") << R"({"MIP": {"Path": "sol.txt", "Depth": 3, "Inner": {"Tol": 0.5}}})"; }
   MxJson doc = mxReadDebugOptions(kc, "dbg.json");
   ASSERT_TRUE(doc);
-  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "MIP", "SolutionPathMorvex", "none"), "sol.txt");
-  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "MIP", "SolutionPathMiplib", "none"), "none");
-  EXPECT_EQ(getDebugOptionIntValue2(doc.get(), "MIP", "Depth", 7), 3);
+  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "MIP", "Path", "none"), "sol.txt");
+  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "MIP", "Other", "none"), "none");
   EXPECT_EQ(getDebugOptionIntValue3(doc.get(), "MIP", "Depth", "x", 7), 7);
   EXPECT_EQ(getDebugOptionDoubleValue3(doc.get(), "MIP", "Inner", "Tol", 1.0), 0.5);
   EXPECT_EQ(getDebugOptionDoubleValue1(nullptr, "MIP", 2.0), 2.0);
@@ -299,11 +311,6 @@ TEST_F(Reports, FinalReportWritesItsRowEvenWhenSilentAndReportsAnUnopenableTable
                         "*** Could not open 'no/such/dir/t.csv' for output.\n");
 }
 
-const cJSON *at(const cJSON *root, const char *a, const char *b = nullptr) {
-  const cJSON *item = getJsonSection1(root, a);
-  return b != nullptr ? getJsonSection1(item, b) : item;
-}
-
 TEST_F(Reports, JsonReportHoldsEverySectionAndInfiniteBoundsAsText) {
   kc->opt.out_jsonname = "report.json";
   kc->var.x = {1.0, 2.0, 3.0};
@@ -335,9 +342,9 @@ TEST_F(Reports, JsonReportHoldsEverySectionAndInfiniteBoundsAsText) {
   EXPECT_EQ(getDebugOptionDoubleValue2(doc.get(), "Output", "Value", 0.0), -2.5);
   EXPECT_EQ(getDebugOptionIntValue2(doc.get(), "Output", "NumberOfIterations", -1), 12);
   EXPECT_EQ(getDebugOptionIntValue2(doc.get(), "Presolve", "NbPasses", -1), 3);
-  EXPECT_NE(at(doc.get(), "Presolve", "NbSimpleSubstitution"), nullptr);
+  EXPECT_NE(getJsonSection1(getJsonSection1(doc.get(), "Presolve"), "NbSimpleSubstitution"), nullptr);
 
-  const cJSON *solution = at(doc.get(), "Solution");
+  const cJSON *solution = getJsonSection1(doc.get(), "Solution");
   ASSERT_EQ(cJSON_GetArraySize(solution), 3);
   const cJSON *first = cJSON_GetArrayItem(solution, 0);
   const cJSON *second = cJSON_GetArrayItem(solution, 1);
