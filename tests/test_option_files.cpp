@@ -3,11 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <string>
-#include <unistd.h>
 
 #include "capture.h"
 #include "interface/context.h"
@@ -280,73 +278,63 @@ struct RuleCase {
 };
 
 TEST_F(OptionFiles, EachCrossOptionRuleFiresOnItsCase) {
+  using C = MXL_context *;
+  using K = const MXL_context *;
   const RuleCase cases[] = {
-      {"eval_fcga", [](MXL_context *c) { c->opt.eval_fcga = 1; c->resolvedHessopt = 4; },
+      {"eval_fcga", [](C c) { c->opt.eval_fcga = 1; c->resolvedHessopt = 4; },
        1, "hessopt=4 not valid when eval_fcga=1.\n         Changing hessopt to 6",
-       [](const MXL_context *c) { return c->resolvedHessopt == 6; }},
-      {"apple solver", [](MXL_context *c) { c->resolvedLinsolver = 9; },
-       1, "linsolver=9 is only available for the Apple",
-       [](const MXL_context *c) { return c->resolvedLinsolver == 0; }},
-      {"cones", [](MXL_context *c) {
+       [](K c) { return c->resolvedHessopt == 6; }},
+      {"apple solver", [](C c) { c->resolvedLinsolver = 9; }, 1, "linsolver=9 is only available for the Apple",
+       [](K c) { return c->resolvedLinsolver == 0; }},
+      {"cones",
+       [](C c) {
          c->model->conics.push_back(std::make_unique<MXCONIC>());
          c->resolvedAlgorithm = 4;
          c->resolvedHessopt = 5;
        },
        2, "L2 norm (e.g. conic) structure.\n         Switching to Interior/Direct",
-       [](const MXL_context *c) { return c->resolvedAlgorithm == 1 && c->resolvedHessopt == 6; }},
-      {"direct products", [](MXL_context *c) { c->resolvedAlgorithm = 1; c->resolvedHessopt = 5; },
+       [](K c) { return c->resolvedAlgorithm == 1 && c->resolvedHessopt == 6; }},
+      {"direct products", [](C c) { c->resolvedAlgorithm = 1; c->resolvedHessopt = 5; },
        1, "hessopt=5 not valid for Interior/Direct algorithm.\n         Switching to Interior/CG",
-       [](const MXL_context *c) { return c->resolvedAlgorithm == 2; }},
-      {"sqp products", [](MXL_context *c) { c->resolvedAlgorithm = 4; c->resolvedHessopt = 5; },
+       [](K c) { return c->resolvedAlgorithm == 2; }},
+      {"sqp products", [](C c) { c->resolvedAlgorithm = 4; c->resolvedHessopt = 5; },
        1, "hessopt=5 not valid for Active-Set/SQP algorithm.\n         Switching to Active-Set/CG",
-       [](const MXL_context *c) { return c->resolvedAlgorithm == 3; }},
-      {"active set", [](MXL_context *c) {
+       [](K c) { return c->resolvedAlgorithm == 3; }},
+      {"active set",
+       [](C c) {
          c->resolvedAlgorithm = 3;
-         c->opt.linsolver_ooc = 1;
-         c->resolvedFeasible = 1;
+         c->opt.linsolver_ooc = c->resolvedFeasible = 1;
          c->resolvedLinsolver = 7;
        },
        3, "linsolver_ooc=1 not valid for Active-Set algorithms.\n         Setting linsolver_ooc=0",
-       [](const MXL_context *c) { return c->opt.linsolver_ooc == 0 && c->resolvedLinsolver == 0; }},
-      {"inactive solver options", [](MXL_context *c) {
-         c->resolvedAlgorithm = 1;
-         c->opt.linsolver_inexact = 1;
-         c->opt.linsolver_ooc = 1;
-         c->resolvedLinsolver = 4;
-       },
-       2, "linsolver_inexact=1 is not active for linsolver=4",
-       [](const MXL_context *c) { return c->opt.linsolver_ooc == 1; }},
-      {"finite differences", [](MXL_context *c) {
+       [](K c) { return c->opt.linsolver_ooc == 0 && c->resolvedLinsolver == 0; }},
+      {"inactive solver options",
+       [](C c) { c->resolvedAlgorithm = c->opt.linsolver_inexact = c->opt.linsolver_ooc = 1; c->resolvedLinsolver = 4; },
+       2, "linsolver_inexact=1 is not active for linsolver=4", [](K c) { return c->opt.linsolver_ooc == 1; }},
+      {"finite differences",
+       [](C c) {
          c->opt.gradopt = 3;
          c->resolvedAlgorithm = 2;
-         c->resolvedFeasible = 1;
-         c->resolvedHonorbnds = 1;
+         c->resolvedFeasible = c->resolvedHonorbnds = c->opt.derivcheck = 1;
          c->resolvedHessopt = 4;
-         c->opt.derivcheck = 1;
        },
        4, "bar_feasible=1 not guaranteed when using finite difference gradients",
-       [](const MXL_context *c) { return c->resolvedHessopt == 6 && c->opt.derivcheck == 0; }},
-      {"callback with forward differences", [](MXL_context *c) {
-         c->model->numericGradModes = 1;
-         c->opt.derivcheck = 1;
-       },
+       [](K c) { return c->resolvedHessopt == 6 && c->opt.derivcheck == 0; }},
+      {"callback with forward differences", [](C c) { c->model->numericGradModes = c->opt.derivcheck = 1; },
        1, "Unable to perform a derivative check when using finite difference gradients",
-       [](const MXL_context *c) { return c->opt.derivcheck == 0; }},
-      {"multi-start off", [](MXL_context *c) {
+       [](K c) { return c->opt.derivcheck == 0; }},
+      {"multi-start off",
+       [](C c) {
          c->opt.ms_maxsolves = 5;
          c->opt.ms_maxbndrange = 10.0;
          c->opt.ms_startptrange = 1e20 * (1 + 1e-15);  // within tolerance: unchanged
          c->opt.ms_seed = 3;
        },
-       3, "Option ms_maxsolves was set, but option ms_enable='no'",
-       [](const MXL_context *) { return true; }},
-      {"feasible needs penalty", [](MXL_context *c) {
-         c->resolvedAlgorithm = 1;
-         c->resolvedFeasible = 2;
-         c->resolvedPenaltyCons = 3;
-       },
+       3, "Option ms_maxsolves was set, but option ms_enable='no'", [](K) { return true; }},
+      {"feasible needs penalty",
+       [](C c) { c->resolvedAlgorithm = 1; c->resolvedFeasible = 2; c->resolvedPenaltyCons = 3; },
        1, "bar_feasible=2 requires bar_penaltycons=2 (all).\n         Changing bar_penaltycons to 2",
-       [](const MXL_context *c) { return c->resolvedPenaltyCons == 2; }},
+       [](K c) { return c->resolvedPenaltyCons == 2; }},
   };
   for (const RuleCase &rc : cases) {
     SCOPED_TRACE(rc.name);
