@@ -21,9 +21,7 @@
 namespace {
 
 using treesearch::AbstractMachineGlobalData;
-using treesearch::AbstractNode;
 using treesearch::AbstractSolution;
-using treesearch::AbstractTask;
 using treesearch::AbstractTimeStampData;
 using treesearch::DfsLocalNodeManager;
 
@@ -36,30 +34,26 @@ struct Instance {
     std::mt19937 rng(seed);
     std::uniform_int_distribution<long> w(10, 100), noise(-10, 10);
     std::vector<std::pair<long, long>> items;
-    long total = 0;
-    for (int i = 0; i < n; ++i) {
-      long wi = w(rng);
-      long vi = correlated ? std::max(1L, wi + noise(rng)) : w(rng);
-      items.emplace_back(wi, vi);
-      total += wi;
-    }
-    std::stable_sort(items.begin(), items.end(), [](auto const& a, auto const& b) {
-      return a.second * b.first > b.second * a.first;
-    });
     Instance inst;
+    for (int i = 0; i < n; ++i) {
+      const long wi = w(rng);
+      items.emplace_back(wi, correlated ? std::max(1L, wi + noise(rng)) : w(rng));
+      inst.capacity += wi;
+    }
+    inst.capacity /= 2;
+    std::stable_sort(items.begin(), items.end(),
+                     [](auto const& a, auto const& b) { return a.second * b.first > b.second * a.first; });
     for (auto const& it : items) {
       inst.weight.push_back(it.first);
       inst.value.push_back(it.second);
     }
-    inst.capacity = total / 2;
     return inst;
   }
 
   long dp_optimum() const {
     std::vector<long> best(static_cast<std::size_t>(capacity) + 1, 0);
     for (std::size_t i = 0; i < weight.size(); ++i)
-      for (long c = capacity; c >= weight[i]; --c)
-        best[c] = std::max(best[c], best[c - weight[i]] + value[i]);
+      for (long c = capacity; c >= weight[i]; --c) best[c] = std::max(best[c], best[c - weight[i]] + value[i]);
     return best[capacity];
   }
 };
@@ -69,14 +63,13 @@ class Solution : public AbstractSolution {
   Solution(long v, std::vector<char> x) : value(v), x(std::move(x)) {}
   bool operator<(AbstractSolution const& other) const override {
     auto const& o = static_cast<Solution const&>(other);
-    if (value != o.value) return value > o.value;
-    return o.x < x;
+    return value != o.value ? value > o.value : o.x < x;
   }
   long value;
   std::vector<char> x;
 };
 
-struct Node : AbstractNode {
+struct Node : treesearch::AbstractNode {
   std::vector<signed char> fixed;  // -1 free, 0 out, 1 in
   double bound = 0.0;
   double get_priority() const override { return bound; }
@@ -86,52 +79,48 @@ struct Node : AbstractNode {
 struct Evaluation {
   bool feasible = true;
   double bound = 0.0;
-  long critical = -1;
-  long greedy_value = 0;
+  long critical = -1, greedy_value = 0;
   std::vector<char> greedy_x;
 };
 
 Evaluation evaluate(Instance const& inst, Node const& node) {
   Evaluation e;
-  long room = inst.capacity, value = 0;
-  std::size_t n = inst.weight.size();
+  long room = inst.capacity;
+  const std::size_t n = inst.weight.size();
   e.greedy_x.assign(n, 0);
-  for (std::size_t i = 0; i < n; ++i) {
-    if (node.fixed[i] != 1) continue;
-    room -= inst.weight[i];
-    value += inst.value[i];
-    e.greedy_x[i] = 1;
-  }
+  for (std::size_t i = 0; i < n; ++i)
+    if (node.fixed[i] == 1) {
+      room -= inst.weight[i];
+      e.greedy_value += inst.value[i];
+      e.greedy_x[i] = 1;
+    }
   if (room < 0) {
     e.feasible = false;
     return e;
   }
-  e.bound = static_cast<double>(value);
+  e.bound = static_cast<double>(e.greedy_value);
   for (std::size_t i = 0; i < n; ++i) {
     if (node.fixed[i] != -1) continue;
     if (inst.weight[i] <= room) {
       room -= inst.weight[i];
-      value += inst.value[i];
+      e.greedy_value += inst.value[i];
       e.greedy_x[i] = 1;
       if (e.critical < 0) e.bound += static_cast<double>(inst.value[i]);
     } else if (e.critical < 0) {
       e.critical = static_cast<long>(i);
-      e.bound += static_cast<double>(inst.value[i]) * static_cast<double>(room) /
-                 static_cast<double>(inst.weight[i]);
+      e.bound += static_cast<double>(inst.value[i]) * static_cast<double>(room) / static_cast<double>(inst.weight[i]);
     }
   }
-  e.greedy_value = value;
   return e;
 }
 
 struct Settings {
-  int delay_us = 0;            // upper bound of the random delay per task
+  int delay_us = 0;              // upper bound of the random delay per task
   bool order_dependent = false;  // reads a live incumbent: deliberately wrong
   long nodes_per_task = 6;
 };
 
-class TimeStampData : public AbstractTimeStampData {
- public:
+struct TimeStampData : AbstractTimeStampData {
   using AbstractTimeStampData::AbstractTimeStampData;
   long pruned_nodes = 0;
 };
@@ -143,7 +132,6 @@ class Machine : public AbstractMachineGlobalData {
   Instance const& instance;
   Settings settings;
   std::atomic<long> live_best{0};
-  long stamp_changes = 0;
 
  protected:
   std::unique_ptr<AbstractTimeStampData> new_time_stamp_data() override {
@@ -153,7 +141,7 @@ class Machine : public AbstractMachineGlobalData {
     static_cast<TimeStampData&>(next_time_stamp_data_unlocked()).pruned_nodes +=
         static_cast<TimeStampData&>(current_time_stamp_data_unlocked()).pruned_nodes;
   }
-  void time_stamp_change_callback() override { ++stamp_changes; }
+  void time_stamp_change_callback() override {}
 };
 
 void random_delay(int max_us) {
@@ -162,10 +150,9 @@ void random_delay(int max_us) {
   std::this_thread::sleep_for(std::chrono::microseconds(rng() % static_cast<unsigned>(max_us)));
 }
 
-class KnapsackTask : public virtual AbstractTask {
+class KnapsackTask : public virtual treesearch::AbstractTask {
  public:
-  KnapsackTask(Machine& m, std::shared_ptr<Node> node)
-      : AbstractTask(m), machine_(m), root_(std::move(node)) {}
+  KnapsackTask(Machine& m, std::shared_ptr<Node> node) : AbstractTask(m), machine_(m), root_(std::move(node)) {}
 
   std::vector<double> get_priority() const override { return {-root_->bound}; }
   long get_targeted_time_stamp() override { return root_->depth % 3 == 2 ? 2 : 1; }
@@ -183,24 +170,30 @@ class KnapsackTask : public virtual AbstractTask {
     limits.max_popped_nodes = machine_.settings.nodes_per_task;
     DfsLocalNodeManager nodes(root_, limits);
     nodes.add_node(root_);
+    bool retargeted = false;
     while (!nodes.stop()) {
       process(nodes, std::static_pointer_cast<Node>(nodes.pop_best_node()));
       // Keeping the thread through one more stamp is decided by counted work.
-      if (!retargeted_ && processed_ == machine_.settings.nodes_per_task / 2) {
-        retargeted_ = true;
+      if (!retargeted && processed_ == machine_.settings.nodes_per_task / 2) {
+        retargeted = true;
         machine_.change_targeted_time_stamp(*this, 1);
       }
       random_delay(machine_.settings.delay_us / 4);
     }
     while (auto node = nodes.pop_best_node())
       machine_.add_task(this, std::make_unique<KnapsackTask>(machine_, std::static_pointer_cast<Node>(node)));
-    publish();
+    machine_.update_next_targeted_time_stamp_data(*this, [this](AbstractTimeStampData& d) {
+      for (auto const& s : found_) d.solution_pool->add(s);
+      d.processed_nodes += processed_;
+      d.created_nodes += created_;
+      static_cast<TimeStampData&>(d).pruned_nodes += pruned_;
+    });
   }
 
  private:
   void process(DfsLocalNodeManager& nodes, std::shared_ptr<Node> const& node) {
     ++processed_;
-    Evaluation e = evaluate(machine_.instance, *node);
+    const Evaluation e = evaluate(machine_.instance, *node);
     if (!e.feasible || std::floor(e.bound + 1e-9) <= static_cast<double>(incumbent_)) {
       ++pruned_;
       return;
@@ -222,7 +215,7 @@ class KnapsackTask : public virtual AbstractTask {
       child->later_siblings = take;
       child->fixed = node->fixed;
       child->fixed[static_cast<std::size_t>(e.critical)] = static_cast<signed char>(take);
-      Evaluation ce = evaluate(machine_.instance, *child);
+      const Evaluation ce = evaluate(machine_.instance, *child);
       if (!ce.feasible) continue;
       child->bound = ce.bound;
       ++created_;
@@ -230,41 +223,18 @@ class KnapsackTask : public virtual AbstractTask {
     }
   }
 
-  void publish() {
-    machine_.update_next_targeted_time_stamp_data(*this, [this](AbstractTimeStampData& d) {
-      for (auto const& s : found_) d.solution_pool->add(s);
-      d.processed_nodes += processed_;
-      d.created_nodes += created_;
-      static_cast<TimeStampData&>(d).pruned_nodes += pruned_;
-    });
-  }
-
   Machine& machine_;
   std::shared_ptr<Node> root_;
   std::vector<std::shared_ptr<AbstractSolution>> found_;
-  long incumbent_ = 0;
-  long processed_ = 0, created_ = 0, pruned_ = 0;
-  bool retargeted_ = false;
+  long incumbent_ = 0, processed_ = 0, created_ = 0, pruned_ = 0;
 };
 
 struct Outcome {
   int status = -1;
-  long best = -1;
+  long best = -1, tasks = 0;
   std::string result;    // value, chosen items and counters of the last stamp
-  std::string schedule;  // chart without its time and thread columns
-  long tasks = 0;
+  std::string schedule;  // task chart without its time and thread columns, in start order
 };
-
-// The task chart without its time and thread columns, in start order.
-std::string logical_schedule(std::string const& prefix) {
-  std::vector<tstest::ChartRow> rows = tstest::read_chart(prefix);
-  std::sort(rows.begin(), rows.end(), [](auto const& a, auto const& b) { return a.position < b.position; });
-  std::ostringstream all;
-  for (auto const& r : rows)
-    all << r.task << ';' << r.position << ';' << r.stamp << ';' << r.target << ';' << r.node << ';' << r.father
-        << ';' << r.extra << '\n';
-  return all.str();
-}
 
 Outcome solve(Instance const& inst, long threads, Settings const& s, bool chart) {
   std::string prefix;
@@ -281,19 +251,27 @@ Outcome solve(Instance const& inst, long threads, Settings const& s, bool chart)
   o.best = best ? best->value : -1;
   std::ostringstream r;
   r << o.best << ' ';
-  if (best) for (char c : best->x) r << static_cast<int>(c);
+  if (best)
+    for (char c : best->x) r << static_cast<int>(c);
   r << ' ' << last.processed_nodes << ' ' << last.created_nodes << ' ' << last.pruned_nodes;
   o.result = r.str();
   o.tasks = m.get_number_of_finished_tasks();
   EXPECT_EQ(m.get_number_of_remaining_tasks(), 0);
-  if (chart) o.schedule = logical_schedule(prefix);
+  if (!chart) return o;
+  std::vector<tstest::ChartRow> rows = tstest::read_chart(prefix);
+  std::sort(rows.begin(), rows.end(), [](auto const& a, auto const& b) { return a.position < b.position; });
+  std::ostringstream all;
+  for (auto const& c : rows)
+    all << c.task << ';' << c.position << ';' << c.stamp << ';' << c.target << ';' << c.node << ';' << c.father
+        << ';' << c.extra << '\n';
+  o.schedule = all.str();
   return o;
 }
 
 TEST(TreeSearchKnapsack, ReachesTheOptimumWithAnyThreadCount) {
   for (bool correlated : {false, true}) {
     Instance inst = Instance::random(correlated ? 60 : 250, correlated ? 7u : 11u, correlated);
-    long optimum = inst.dp_optimum();
+    const long optimum = inst.dp_optimum();
     for (long threads : {1L, 2L, 4L, 8L}) {
       Outcome o = solve(inst, threads, Settings(), false);
       EXPECT_EQ(o.status, 0);
