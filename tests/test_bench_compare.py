@@ -15,46 +15,34 @@ def row(name, status, seconds, iterations, objective="", reference=""):
             "objective": objective, "reference": reference}
 
 
-class ShiftedGeometricMean(unittest.TestCase):
-    def test_shift_is_added_before_and_removed_after_the_mean(self):
-        self.assertAlmostEqual(run_collection.shifted_geometric_mean([0.09, 0.99]), math.sqrt(0.1) - 0.01)
-        self.assertAlmostEqual(run_collection.shifted_geometric_mean([0, 30], compare.ITERATION_SHIFT), 10.0)
-
-    def test_no_values_gives_no_mean(self):
-        self.assertTrue(math.isnan(run_collection.shifted_geometric_mean([])))
-
-
-class RatiosOverModelsBothSolve(unittest.TestCase):
+class Compare(unittest.TestCase):
     def setUp(self):
         self.ours = {"a": row("a", 0, 1.0, 40), "b": row("b", 0, 100.0, 900),
                      "c": row("c", -600, 0.001, 0), "t": row("t", "timeout", 125.0, "")}
         self.peer = {"a": row("a", 0, 0.5, 20), "b": row("b", -401, 60.0, 3000),
                      "c": row("c", 0, 0.1, 5), "d": row("d", 0, 0.2, 7)}
 
-    def test_models_solved_by_one_side_only_leave_the_means_alone(self):
+    def test_shift_is_added_before_and_removed_after_the_mean(self):
+        self.assertAlmostEqual(run_collection.shifted_geometric_mean([0.09, 0.99]), math.sqrt(0.1) - 0.01)
+        self.assertAlmostEqual(run_collection.shifted_geometric_mean([0, 30], compare.ITERATION_SHIFT), 10.0)
+        self.assertTrue(math.isnan(run_collection.shifted_geometric_mean([])))
+
+    def test_ratios_only_over_models_both_solve(self):
         s = compare.compare(self.ours, self.peer, 1e-5)
         self.assertEqual(s["common"], ["a"])
         self.assertEqual((s["ours_solved"], s["peer_solved"]), (2, 3))
         # One common model: the shift cancels, b's 100 s and 900 iterations count nowhere.
         self.assertAlmostEqual(s["time"][2], 2.0)
         self.assertAlmostEqual(s["iterations"][2], 2.0)
-
-    def test_means_over_several_common_models(self):
         self.peer["b"] = row("b", 0, 25.0, 300)
         s = compare.compare(self.ours, self.peer, 1e-5)
         self.assertEqual(s["common"], ["a", "b"])
-        ours_mean = math.sqrt(1.01 * 100.01) - 0.01
-        peer_mean = math.sqrt(0.51 * 25.01) - 0.01
-        self.assertAlmostEqual(s["time"][2], ours_mean / peer_mean)
+        self.assertAlmostEqual(s["time"][2], (math.sqrt(1.01 * 100.01) - 0.01) / (math.sqrt(0.51 * 25.01) - 0.01))
+        # Nothing in common: no ratio.
+        only_d = {"d": self.peer["d"]}
+        self.assertTrue(math.isnan(compare.compare(self.ours, only_d, 1e-5)["time"][2]))
+        self.assertIn("| wall time, s (shift 10 ms) | - | - | - |", compare.report(self.ours, only_d, "t", 1e-5, ""))
 
-    def test_nothing_in_common_gives_no_ratio(self):
-        s = compare.compare(self.ours, {"d": self.peer["d"]}, 1e-5)
-        self.assertEqual(s["common"], [])
-        self.assertTrue(math.isnan(s["time"][2]))
-        self.assertIn("| wall time, s (shift 10 ms) | - | - | - |", compare.report(self.ours, {"d": self.peer["d"]}, "t", 1e-5, ""))
-
-
-class ReferenceAgreement(unittest.TestCase):
     def test_only_solved_models_within_tolerance_agree(self):
         ours = {"close": row("close", 0, 1, 1, "100.0004", "100"), "far": row("far", 0, 1, 1, "101", "100"),
                 "unsolved": row("unsolved", -401, 1, 1, "100", "100"), "noref": row("noref", 0, 1, 1, "5", ""),
@@ -62,7 +50,7 @@ class ReferenceAgreement(unittest.TestCase):
         self.assertEqual(compare.compare(ours, {}, 1e-5)["ours_agree"], 2)
 
 
-class IntegerModels(unittest.TestCase):
+class Report(unittest.TestCase):
     def test_counts_over_continuous_models_leave_out_relaxed_integer_models(self):
         with tempfile.TemporaryDirectory() as d:
             with open(os.path.join(d, "reference.tsv"), "w") as f:
@@ -76,22 +64,17 @@ class IntegerModels(unittest.TestCase):
         self.assertIn("| solved, the 2 models without integer variables | 1 | 2 |", text)
         self.assertNotIn("without integer variables", compare.report(ours, peer, "t", 1e-5, ""))
 
-
-class MarkdownReport(unittest.TestCase):
     def test_csv_files_to_report(self):
         with tempfile.TemporaryDirectory() as d:
             paths = []
             for side, rows in (("ours", [("a", 0, "2.0", 30), ("b", 0, "1.0", 9)]),
                                ("peer", [("a", 0, "1.0", 10), ("b", -200, "0.5", 50)])):
-                rows_out = [[n, "", "", s, "1", "", "", i, "", t, ""] for n, s, t, i in rows]
                 paths.append(os.path.join(d, side + ".csv"))
-                run_collection.write_csv(paths[-1], rows_out)
+                run_collection.write_csv(paths[-1], [[n, "", "", s, "1", "", "", i, "", t, ""] for n, s, t, i in rows])
             text = compare.report(compare.read_rows(paths[0]), compare.read_rows(paths[1]), "CUTE", 1e-5, "")
         self.assertIn("| a | 0 | 0 | 2 | 3 |", text)
         self.assertNotIn("| b |", text)
         self.assertIn("| solved | 2 | 1 |", text)
-
-    def test_without_peer_says_why(self):
         text = compare.report({"a": row("a", 0, 0.09, 3)}, None, "netlib", 1e-5, "it reads .nl models only")
         self.assertIn("Peer: not run (it reads .nl models only).", text)
         self.assertIn("- Morvex solved: 1", text)
