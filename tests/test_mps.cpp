@@ -7,9 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "capture.h"
+#include "eval_fixture.h"
 #include "interface/mps_model.h"
-#include "morvex.h"
 #include "mps_compare.h"
 
 namespace {
@@ -134,16 +133,28 @@ TEST(MpsRoundTrip, SampleModelsWriteAndReadBack) {
   }
 }
 
-// A model read into a context and written from it reads back unchanged.
-TEST(MpsContext, LoadThenWriteGivesTheSameModel) {
+// A context loaded from a file or the bulk loader, written back to a file.
+struct MpsContext : EvalModel {
   const std::string dir = "/usr/share/coin/Data/Sample/";
+  // The model the context writes, as read back from the file.
+  MpsModel written() {
+    MpsModel m;
+    std::string err;
+    const std::string path = writeTemp("");
+    EXPECT_EQ(MX_write_mps_file(kc, path.c_str()), 0) << out->text;
+    EXPECT_TRUE(mpsRead(path, m, err)) << err;
+    std::remove(path.c_str());
+    return m;
+  }
+};
+
+// A model read into a context and written from it reads back unchanged.
+TEST_F(MpsContext, LoadThenWriteGivesTheSameModel) {
   for (const char *file : {"afiro.mps", "p0033.mps", "exmip1.mps", "share2qp.mps"}) {
     SCOPED_TRACE(file);
-    MX_context_ptr kc = nullptr;
-    ASSERT_EQ(MX_new(&kc), 0);
-    PrintCapture out(kc);
-    ASSERT_EQ(MX_load_mps_file(kc, (dir + file).c_str()), 0) << out.text;
-    MpsModel original, written;
+    fresh();
+    ASSERT_EQ(MX_load_mps_file(kc, (dir + file).c_str()), 0) << out->text;
+    MpsModel original;
     std::string err;
     ASSERT_TRUE(mpsRead(dir + file, original, err));
     int n = 0, m = 0;
@@ -151,27 +162,20 @@ TEST(MpsContext, LoadThenWriteGivesTheSameModel) {
     ASSERT_EQ(MX_get_number_cons(kc, &m), 0);
     EXPECT_EQ(n, static_cast<int>(original.cols.size()));
     EXPECT_EQ(m, static_cast<int>(original.rows.size()));
-    const std::string path = writeTemp("");
-    ASSERT_EQ(MX_write_mps_file(kc, path.c_str()), 0) << out.text;
-    ASSERT_TRUE(mpsRead(path, written, err)) << err;
-    std::remove(path.c_str());
     // Rows may come back in another form of the same bounds; columns do not.
-    EXPECT_EQ(written.cols.size(), original.cols.size());
-    EXPECT_EQ(written.entries.size(), original.entries.size());
+    const MpsModel back = written();
+    ASSERT_EQ(back.cols.size(), original.cols.size());
+    EXPECT_EQ(back.entries.size(), original.entries.size());
     for (size_t j = 0; j < original.cols.size(); ++j) {
-      EXPECT_EQ(written.cols[j].lo, original.cols[j].lo);
-      EXPECT_EQ(written.cols[j].up, original.cols[j].up);
-      EXPECT_EQ(written.objCoefs[j], original.objCoefs[j]);
+      EXPECT_EQ(back.cols[j].lo, original.cols[j].lo);
+      EXPECT_EQ(back.cols[j].up, original.cols[j].up);
+      EXPECT_EQ(back.objCoefs[j], original.objCoefs[j]);
     }
-    EXPECT_EQ(written.objConstant, original.objConstant);
-    EXPECT_EQ(MX_free(&kc), 0);
+    EXPECT_EQ(back.objConstant, original.objConstant);
   }
 }
 
-TEST(MpsContext, RangesBecomeConstraintBoundsAndCodesAreItsOwn) {
-  MX_context_ptr kc = nullptr;
-  ASSERT_EQ(MX_new(&kc), 0);
-  PrintCapture out(kc);
+TEST_F(MpsContext, RangesBecomeConstraintBoundsAndCodesAreItsOwn) {
   const std::string path = writeTemp(
       "ROWS\n N obj\n E e0\n E e1\n L l\n G g\nCOLUMNS\n x obj 1 e0 1\n x e1 1\n x l 1\n x g 1\n"
       "RHS\n rhs e0 2 e1 2\n rhs l 5 g 1\nRANGES\n rng e0 -1 e1 3\n rng l 2 g -4\nENDATA\n");
@@ -186,45 +190,30 @@ TEST(MpsContext, RangesBecomeConstraintBoundsAndCodesAreItsOwn) {
   EXPECT_EQ(lo[2], 3.0);  // L: [rhs - |R|, rhs]
   EXPECT_EQ(up[3], 5.0);  // G: [rhs, rhs + |R|]
   EXPECT_EQ(MX_load_mps_file(kc, path.c_str()), 8);
-  EXPECT_EQ(out.take().find("ERROR: Problem kc should be empty"), 0u);
+  EXPECT_EQ(out->take().find("ERROR: Problem kc should be empty"), 0u);
   std::remove(path.c_str());
-  MX_context_ptr other = nullptr;
-  ASSERT_EQ(MX_new(&other), 0);
-  PrintCapture otherOut(other);
-  EXPECT_EQ(MX_load_mps_file(other, "/no/such.mps"), 32);
-  EXPECT_EQ(otherOut.take(), "ERROR: file /no/such.mps not found.\n");
-  EXPECT_EQ(MX_free(&other), 0);
-  EXPECT_EQ(MX_free(&kc), 0);
+  fresh();
+  EXPECT_EQ(MX_load_mps_file(kc, "/no/such.mps"), 32);
+  EXPECT_EQ(out->take(), "ERROR: file /no/such.mps not found.\n");
 }
 
 // The bulk loader and a file of the same model give the same context.
-TEST(MpsContext, BulkLoaderMatchesTheFile) {
+TEST_F(MpsContext, BulkLoaderMatchesTheFile) {
   const double obj[2] = {1.0, -2.0}, xl[2] = {0.0, -1.0}, xu[2] = {4.0, MX_INFINITY};
   const double cl[1] = {-MX_INFINITY}, cu[1] = {3.0}, jc[2] = {1.0, 1.0}, hc[2] = {1.0, 0.5};
   const int ci[2] = {0, 0}, vi[2] = {0, 1}, h1[2] = {0, 0}, h2[2] = {0, 1};
-  MX_context_ptr kc = nullptr;
-  ASSERT_EQ(MX_new(&kc), 0);
   ASSERT_EQ(MX_load_qp(kc, 2, obj, xl, xu, 1, cl, cu, 2, ci, vi, jc, 2, h1, h2, hc), 0);
+  const MpsModel a = written();
   const std::string path = writeTemp("");
   ASSERT_EQ(MX_write_mps_file(kc, path.c_str()), 0);
-  MX_context_ptr again = nullptr;
-  ASSERT_EQ(MX_new(&again), 0);
-  ASSERT_EQ(MX_load_mps_file(again, path.c_str()), 0);
-  const std::string path2 = writeTemp("");
-  ASSERT_EQ(MX_write_mps_file(again, path2.c_str()), 0);
-  MpsModel a, b;
-  std::string err;
-  ASSERT_TRUE(mpsRead(path, a, err));
-  ASSERT_TRUE(mpsRead(path2, b, err));
-  expectSameMpsModel(a, b);
+  fresh();
+  ASSERT_EQ(MX_load_mps_file(kc, path.c_str()), 0);
+  std::remove(path.c_str());
+  expectSameMpsModel(a, written());
   ASSERT_EQ(a.quadObj.size(), 2u);
   // 1.0 x0^2 + 0.5 x0 x1 is 0.5 x'Qx with Q00 = 2 and Q01 = 0.5.
   EXPECT_EQ(a.quadObj[0].value, 2.0);
   EXPECT_EQ(a.quadObj[1].value, 0.5);
-  std::remove(path.c_str());
-  std::remove(path2.c_str());
-  EXPECT_EQ(MX_free(&kc), 0);
-  EXPECT_EQ(MX_free(&again), 0);
 }
 
 }  // namespace
