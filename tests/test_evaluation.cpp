@@ -136,23 +136,19 @@ TEST_F(Mixed, ValuesAndDerivativesMatchTheHandComputation) {
   const double J[3][3] = {{1 + 3, 2 + 3, 2}, {3 + 6, 8 + 3, 1 + 5 + 2}, {1 + 2 / s, 2 / s, -1 / s}};
   for (int i = 0; i < 3; ++i)
     for (int j = 0; j < 3; ++j) EXPECT_NEAR(jacAt(i, j), J[i][j], 1e-12) << i << "," << j;
-  double H[3][3];
-  handHessian(H, true);
-  ASSERT_EQ(callbackForH(kc, MX_EVALTYPE_H, x, 1.5, lambda, nullptr, kc->pat.hess.values.data(), nullptr), 0);
-  for (int i = 0; i < 3; ++i)
-    for (int j = i; j < 3; ++j) EXPECT_NEAR(hessAt(i, j), H[i][j], 1e-12) << i << "," << j;
-  handHessian(H, false);
-  ASSERT_EQ(callbackForH(kc, MX_EVALTYPE_H_NO_F, x, 1.5, lambda, nullptr, kc->pat.hess.values.data(), nullptr), 0);
-  for (int i = 0; i < 3; ++i)
-    for (int j = i; j < 3; ++j) EXPECT_NEAR(hessAt(i, j), H[i][j], 1e-12) << "no f " << i << "," << j;
-  // Hessian-vector products agree with the matrix.
+  // The Hessian with and without the objective, and its products with v.
   const double v[3] = {0.5, -2, 1.25};
-  for (int type : {MX_EVALTYPE_HV, MX_EVALTYPE_HV_NO_F}) {
-    double hv[3];
-    handHessian(H, type == MX_EVALTYPE_HV);
-    ASSERT_EQ(callbackForH(kc, type, x, 1.5, lambda, v, nullptr, hv), 0);
-    for (int i = 0; i < 3; ++i)
-      EXPECT_NEAR(hv[i], H[i][0] * v[0] + H[i][1] * v[1] + H[i][2] * v[2], 1e-12) << type << " row " << i;
+  for (bool withObjective : {true, false}) {
+    double H[3][3], hv[3];
+    handHessian(H, withObjective);
+    const int types[2] = {withObjective ? MX_EVALTYPE_H : MX_EVALTYPE_H_NO_F,
+                          withObjective ? MX_EVALTYPE_HV : MX_EVALTYPE_HV_NO_F};
+    ASSERT_EQ(callbackForH(kc, types[0], x, 1.5, lambda, nullptr, kc->pat.hess.values.data(), nullptr), 0);
+    ASSERT_EQ(callbackForH(kc, types[1], x, 1.5, lambda, v, nullptr, hv), 0);
+    for (int i = 0; i < 3; ++i) {
+      for (int j = i; j < 3; ++j) EXPECT_NEAR(hessAt(i, j), H[i][j], 1e-12) << withObjective << " " << i << "," << j;
+      EXPECT_NEAR(hv[i], H[i][0] * v[0] + H[i][1] * v[1] + H[i][2] * v[2], 1e-12) << withObjective << " row " << i;
+    }
   }
   EXPECT_EQ(kc->eval.counters.numHVevals, 2);
 }

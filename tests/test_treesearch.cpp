@@ -36,11 +36,6 @@ std::map<long, int> tasks_per_stamp(std::vector<ChartRow> const& rows) {
   return count;
 }
 
-long best_value(AbstractTimeStampData& data) {
-  auto best = data.solution_pool->get_best_solution();
-  return best ? static_cast<IntSolution&>(*best).value : -1;
-}
-
 TEST(TreeSearchEngine, RunWithoutTasksEndsAtOnce) {
   ScriptMachine m(params(4, 4));
   EXPECT_EQ(m.run(), 0);
@@ -66,15 +61,9 @@ TEST(TreeSearchEngine, OneThreadRunsOneTaskPerStampInPriorityOrder) {
     EXPECT_EQ(rows[i].stamp, static_cast<long>(i));
     EXPECT_EQ(rows[i].target, static_cast<long>(i) + 1);
   }
-  EXPECT_NE(m.output().find("Pass to time stamp 1; Time: "), std::string::npos);
-  EXPECT_NE(m.output().find(".\nTasks - Not yet: 0; Task manager: 3; Current: 1; Running: 0; "
-                            "Finished: 1.\nNodes - Created nodes: 0; Processed nodes: 0; "
-                            "Unprocessed nodes: 0.\n"),
+  // The report at the change to stamp 1 counts the tasks where they are.
+  EXPECT_NE(m.output().find(".\nTasks - Not yet: 0; Task manager: 3; Current: 1; Running: 0; Finished: 1.\n"),
             std::string::npos);
-  std::ifstream changes(prefix + "_time_stamp_changes.csv");
-  std::string header;
-  std::getline(changes, header);
-  EXPECT_EQ(header, "TIME_STAMP;START");
   read_chart(prefix);  // removes the files
 }
 
@@ -213,7 +202,9 @@ TEST(TreeSearchEngine, TimeLimitEndsTheRunCleanlyAndKeepsPublishedSolutions) {
   EXPECT_EQ(m.errors(), "");
   EXPECT_GT(m.get_number_of_remaining_tasks(), 0);
   EXPECT_GT(best.load(), 2);
-  EXPECT_EQ(best_value(m.get_current_time_stamp_data()), best.load());
+  auto kept = m.get_current_time_stamp_data().solution_pool->get_best_solution();
+  ASSERT_NE(kept, nullptr);
+  EXPECT_EQ(static_cast<IntSolution&>(*kept).value, best.load());
 }
 
 TEST(TreeSearchEngine, ChartFileThatCannotBeOpenedFailsTheRun) {

@@ -104,46 +104,44 @@ ScriptTask::Body interruptible(Child* child) {
   ::_exit(0);
 }
 
-struct Pipes {
+// Forks a child that runs the machine: its ready and result pipes are kept
+// for reading and, with `capture`, its standard output.
+struct ChildProcess {
   int ready[2], result[2], out[2];
-  Pipes() {
+  pid_t pid = -1;
+  ChildProcess(bool ignore_interrupt, bool capture) {
     if (::pipe(ready) != 0 || ::pipe(result) != 0 || ::pipe(out) != 0) std::abort();
+    std::fflush(nullptr);
+    pid = ::fork();
+    if (pid == 0) {
+      if (capture) ::dup2(out[1], STDOUT_FILENO);
+      run_child(ready[1], result[1], ignore_interrupt);
+    }
+    ::close(ready[1]);
+    ::close(result[1]);
+    ::close(out[1]);
   }
 };
 
 TEST(TreeSearchInterrupt, FirstSignalEndsTheRunKeepingTheBestSolution) {
-  Pipes p;
-  std::fflush(nullptr);
-  pid_t pid = ::fork();
-  ASSERT_GE(pid, 0);
-  if (pid == 0) run_child(p.ready[1], p.result[1], false);
-  ::close(p.ready[1]);
-  ::close(p.result[1]);
-  ASSERT_EQ(read_byte(p.ready[0]), 'r');
-  ::kill(pid, SIGINT);
-  EXPECT_EQ(read_all(p.result[0]), std::to_string(MX_RC_USER_TERMINATION) + " kept");
-  EXPECT_EQ(wait_child(pid), 0);
+  ChildProcess c(false, false);
+  ASSERT_GE(c.pid, 0);
+  ASSERT_EQ(read_byte(c.ready[0]), 'r');
+  ::kill(c.pid, SIGINT);
+  EXPECT_EQ(read_all(c.result[0]), std::to_string(MX_RC_USER_TERMINATION) + " kept");
+  EXPECT_EQ(wait_child(c.pid), 0);
 }
 
 TEST(TreeSearchInterrupt, SecondSignalEndsTheProcess) {
-  Pipes p;
-  std::fflush(nullptr);
-  pid_t pid = ::fork();
-  ASSERT_GE(pid, 0);
-  if (pid == 0) {
-    ::dup2(p.out[1], STDOUT_FILENO);
-    run_child(p.ready[1], p.result[1], true);
-  }
-  ::close(p.ready[1]);
-  ::close(p.result[1]);
-  ::close(p.out[1]);
-  ASSERT_EQ(read_byte(p.ready[0]), 'r');
-  ::kill(pid, SIGINT);
-  ASSERT_EQ(read_byte(p.ready[0]), 's');
-  ::kill(pid, SIGINT);
-  EXPECT_EQ(wait_child(pid), 1);
-  EXPECT_EQ(read_all(p.out[0]), "\n");
-  EXPECT_EQ(read_all(p.result[0]), "");
+  ChildProcess c(true, true);
+  ASSERT_GE(c.pid, 0);
+  ASSERT_EQ(read_byte(c.ready[0]), 'r');
+  ::kill(c.pid, SIGINT);
+  ASSERT_EQ(read_byte(c.ready[0]), 's');
+  ::kill(c.pid, SIGINT);
+  EXPECT_EQ(wait_child(c.pid), 1);
+  EXPECT_EQ(read_all(c.out[0]), "\n");
+  EXPECT_EQ(read_all(c.result[0]), "");
 }
 
 }  // namespace
