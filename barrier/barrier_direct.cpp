@@ -72,11 +72,15 @@ double barNextPert(const BarrierState &b, int t, double prev) {
 bool barFactorWithInertia(MXL_context *ctx, BarrierState &b) {
   const int maxTries = barMaxTries(ctx, b);
   double prev = 0.0;
+  // Once the largest row shift has left the matrix singular, the larger
+  // Hessian shifts that follow start from it: running the whole escalation
+  // again for each of them cost hundreds of factorizations per step.
+  int repStart = 0;
   for (int t = 0; t <= maxTries; ++t) {
     b.pertH = barNextPert(b, t, prev);
     if (t > 0 && b.pertH <= prev) b.pertH = prev > 0.0 ? 8.0 * prev : 1e-4;
     prev = b.pertH;
-    for (int rep = 0; rep < 6; ++rep) {
+    for (int rep = repStart; rep < 6; ++rep) {
       barrierKKTform(ctx, b, 1);
       // Repeated singular factors: the automatic regularisation is below
       // what the engine can tell from rounding, so both shifts grow.
@@ -95,7 +99,10 @@ bool barFactorWithInertia(MXL_context *ctx, BarrierState &b) {
       if (ctx->opt.debug > 0)
         mxl_printf(ctx, "*** Singular KKT matrix: pivot = %e, regularize_kkt = %d\n", 0.0, b.regKKTLevel);
     }
-    if (b.kkt.singular) continue;
+    if (b.kkt.singular) {
+      repStart = 5;
+      continue;
+    }
     if (b.kkt.negEig <= barrierExpectedNeg(b)) {
       b.pertHLast = b.pertH;
       b.pertHReused = b.pertH > 0.0;
