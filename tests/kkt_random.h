@@ -18,11 +18,13 @@ struct KktCase {
   std::vector<double> eig;    // ascending
 };
 
+// Adds v at (i, j) and (j, i); the dense copy is kept when it was sized.
 inline void kktAdd(KktCase &k, int i, int j, double v) {
   if (i < j) std::swap(i, j);
   k.row.push_back(i);
   k.col.push_back(j);
   k.val.push_back(v);
+  if (k.dense.empty()) return;
   k.dense[static_cast<size_t>(i) + static_cast<size_t>(j) * k.n] += v;
   if (i != j) k.dense[static_cast<size_t>(j) + static_cast<size_t>(i) * k.n] += v;
 }
@@ -88,12 +90,13 @@ inline KktInertia kktInertia(const KktCase &k, double zeroTol) {
   return r;
 }
 
-// KKT matrix of a g x g grid: H the 5-point Laplacian, A sums of grid lines.
-inline KktCase kktGrid(int g, int rows) {
+// KKT matrix of a g x g grid: H the 5-point Laplacian, A sums of grid lines;
+// without `dense` only the coordinates are kept.
+inline KktCase kktGrid(int g, int rows, bool dense = true) {
   KktCase k;
   const int nh = g * g;
   k.n = nh + rows;
-  k.dense.assign(static_cast<size_t>(k.n) * k.n, 0.0);
+  if (dense) k.dense.assign(static_cast<size_t>(k.n) * k.n, 0.0);
   for (int i = 0; i < g; ++i)
     for (int j = 0; j < g; ++j) {
       const int v = i * g + j;

@@ -229,35 +229,19 @@ TEST(LinEngines, OrderingsAgreeAndMetisIsUsed) {
 // two factorizations of one matrix pivot alike and give the same bits (the
 // engine's own choice seeds its orderings at random).
 TEST(LinEngines, AutomaticOrderingRepeatsOnLargeSystems) {
-  const int g = 101, rows = 20, nh = g * g, n = nh + rows;
-  std::vector<int> row, col;
-  std::vector<double> val;
-  auto add = [&](int i, int j, double v) {
-    row.push_back(std::max(i, j));
-    col.push_back(std::min(i, j));
-    val.push_back(v);
-  };
-  for (int v = 0; v < nh; ++v) {
-    add(v, v, 4.0);
-    if (v % g + 1 < g) add(v + 1, v, -1.0);
-    if (v + g < nh) add(v + g, v, -1.0);
-  }
-  for (int r = 0; r < rows; ++r) {
-    for (int j = 0; j < g; ++j) add(nh + r, (r * 5 % g) * g + j, 1.0 + 0.1 * j);
-    add(nh + r, nh + r, -1e-2);
-  }
+  const KktCase k = kktGrid(101, 20, false);
   std::mt19937 rng(3);
-  const std::vector<double> b = randomRhs(rng, n);
+  const std::vector<double> b = randomRhs(rng, k.n);
   std::vector<std::vector<double>> sol;
   std::vector<std::vector<int>> orders;
   for (int run = 0; run < 2; ++run) {
     LinSystem sys;
-    ASSERT_EQ(linAnalyze(sys, LIN_ENGINE_MUMPS, LinSettings(), n, static_cast<nnzint>(row.size()), row.data(),
-                         col.data()),
+    ASSERT_EQ(linAnalyze(sys, LIN_ENGINE_MUMPS, LinSettings(), k.n, static_cast<nnzint>(k.row.size()), k.row.data(),
+                         k.col.data()),
               LIN_OK);
     EXPECT_EQ(mumpsOrderingCode(sys), 1);
     orders.push_back(mumpsPivotOrder(sys));
-    ASSERT_EQ(linFactor(sys, val.data()).status, LIN_OK);
+    ASSERT_EQ(linFactor(sys, k.val.data()).status, LIN_OK);
     std::vector<double> x = b;
     ASSERT_EQ(linSolve(sys, x.data()), LIN_OK);
     sol.push_back(x);
