@@ -101,7 +101,8 @@ void barPrintIteration(MXL_context *ctx, BarrierState &b, bool last) {
   if (!printNow) return;
   const double obj = presolveObjPreToApp(ctx, b.fObj);
   printIter(ctx, level, static_cast<unsigned>(b.iterCount), static_cast<unsigned>(ctx->eval.counters.numFCevals),
-            0u, 1, obj, b.feasErr, b.optErr, b.alpha * norm2(b.nX, b.d.data()));
+            b.stepKind == 2 ? 0u : static_cast<unsigned>(b.cg.cgIterations), 1, obj, b.feasErr, b.optErr,
+            b.alpha * norm2(b.nX, b.d.data()));
   b.lastPrintedIter = b.iterCount;
 }
 
@@ -437,6 +438,7 @@ void barrierFinished(MXL_context *ctx) {
   d.optErrorScale = b.optScale;
   d.isFeasibleFlag = useBest ? bestFeasible : b.feasibleNow;
   d.numIters = b.iterCount;
+  d.numCGIters = b.cg.cgIterationsTotal;
   d.fstopSatisfied = b.fstopReached ? 1 : d.fstopSatisfied;
   ctx->returnCode = b.barStatus;
   b.evalRequest = 5;

@@ -234,6 +234,7 @@ HsSolution hsSolve(HsModel &model) {
   const int got = MX_get_solution(model.kc, &status, &s.f, s.x.data(), s.lambda.data());
   if (got != 0) s.rc = got;
   MX_get_number_iters(model.kc, &s.iters);
+  MX_get_number_cg_iters(model.kc, &s.cgIters);
   MX_get_number_H_evals(model.kc, &s.hessEvals);
   MX_get_number_HV_evals(model.kc, &s.hessVecEvals);
   return s;

@@ -62,7 +62,7 @@ struct HsSolution {
   int rc = 0;                  // return code of MX_solve
   double f = 0.0;
   std::vector<double> x, lambda;  // lambda: m constraints, then n bounds
-  int iters = 0;
+  int iters = 0, cgIters = 0;
   int hessEvals = 0, hessVecEvals = 0;
 };
 HsSolution hsSolve(HsModel &model);
