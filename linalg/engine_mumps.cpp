@@ -2,6 +2,8 @@
 // (LDL^T, SYM=2). Inertia comes from INFOG(12), rank deficiency from null
 // pivot detection (ICNTL(24)). The library here is built without METIS, so
 // a METIS ordering is computed by us and handed over as a user permutation.
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -32,10 +34,29 @@ static std::mutex &mumpsLock() {
   return m;
 }
 
+// The library is mapped on the first sparse system: with the Fortran
+// runtime and the orderings it pulls in, it took a few milliseconds of
+// every start-up, more than a small model's whole solve.
+using DmumpsEntry = void (*)(DMUMPS_STRUC_C *);
+constexpr int kNoLibrary = -1000;
+
+static DmumpsEntry mumpsEntry() {
+  static const DmumpsEntry entry = [] {
+    void *h = dlopen(MORVEX_MUMPS_SONAME, RTLD_NOW | RTLD_LOCAL);
+    return h != nullptr ? reinterpret_cast<DmumpsEntry>(dlsym(h, "dmumps_c")) : nullptr;
+  }();
+  return entry;
+}
+
 static void mumpsLockedCall(DMUMPS_STRUC_C &id, int job) {
+  const DmumpsEntry entry = mumpsEntry();
+  if (entry == nullptr) {
+    id.infog[0] = id.info[0] = kNoLibrary;
+    return;
+  }
   std::lock_guard<std::mutex> g(mumpsLock());
   id.job = job;
-  dmumps_c(&id);
+  entry(&id);
 }
 
 struct LinMumpsState {
