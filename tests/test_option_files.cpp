@@ -385,7 +385,17 @@ TEST_F(OptionFiles, ChildrenGetTheChangedOptionsButNotTheParentsFiles) {
   EXPECT_EQ(node->opt.opttol, 1e-9);
   EXPECT_TRUE(node->opt.outname.empty());
   EXPECT_EQ(node->opt.out_csvinfo, 0);
-  // A parent's own choice of feastol_abs reaches the child (whose default differs).
+  // feastol_abs defaults by the kind of child (a multi-start child keeps the
+  // parent's 1e-3), and a parent's own choice reaches every child.
+  double rootTol = 0;
+  ASSERT_EQ(MX_get_double_param(kc, MX_PARAM_FEASTOL_ABS, &rootTol), 0);
+  EXPECT_EQ(rootTol, 1e-3);
+  EXPECT_EQ(node->opt.feastol_abs, 1e-6);
+  for (int kind : {5, 8, 9}) {
+    MXL_context *child = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, kind);
+    EXPECT_EQ(child->opt.feastol_abs, kind == 5 ? 1e-3 : 1e-6) << kind;
+    mxl_destroy(child);
+  }
   kc->opt.feastol_abs = 1e-4;
   ASSERT_EQ(mx_copy_problem(kc, node, 0, 0), 0);
   EXPECT_EQ(node->opt.feastol_abs, 1e-4);

@@ -181,18 +181,6 @@ TEST_F(Options, DocsAndValueDocs) {
   EXPECT_EQ(MX_get_param_name(kc, MX_PARAM_ALGORITHM, buf, 0), MX_RC_BAD_PARAMINPUT);
 }
 
-TEST_F(Options, RunTimeDefaultOfAbsoluteFeasibilityTolerance) {
-  double tol = 0;
-  ASSERT_EQ(MX_get_double_param(kc, MX_PARAM_FEASTOL_ABS, &tol), 0);
-  EXPECT_EQ(tol, 1e-3);
-  for (int kind : {1, 5, 8, 9}) {
-    MXL_context *child = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, kind);
-    ASSERT_NE(child, nullptr);
-    EXPECT_EQ(child->opt.feastol_abs, kind == 5 ? 1e-3 : 1e-6) << kind;
-    MX_free(&child);
-  }
-}
-
 // Internal rows and hidden values are listed only with showInternal.
 TEST_F(Options, ListingHidesInternalRowsAndValues) {
   auto count = [](const std::string &text, const std::string &what) {

@@ -224,19 +224,14 @@ TEST_F(Output, DebugOptionsFallBackToDefaultsAlongAnyMissingKey) {
   EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file 'absent.json' for input.\n");
 }
 
-std::vector<std::string> lines(const std::string &path) {
-  std::ifstream in(path);
+std::vector<std::string> split(const std::string &text, char sep) {
   std::vector<std::string> out;
-  for (std::string line; std::getline(in, line);) out.push_back(line);
+  std::stringstream s(text);
+  for (std::string f; std::getline(s, f, sep);) out.push_back(f);
   return out;
 }
-
-std::vector<std::string> fields(const std::string &line) {
-  std::vector<std::string> out;
-  std::stringstream s(line);
-  for (std::string f; std::getline(s, f, ';');) out.push_back(f);
-  return out;
-}
+std::vector<std::string> lines(const std::string &path) { return split(slurp(path), '\n'); }
+std::vector<std::string> fields(const std::string &line) { return split(line, ';'); }
 
 struct Reports : ScratchContext {
   void SetUp() override {
