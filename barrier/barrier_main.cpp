@@ -17,11 +17,15 @@ const char *const kDirectResultNames[] = {"TRY_FULL", "TRY_CUT_S", "TRY_CUT_L", 
                                           "REJ_CUT_S", "REJ_CUT_L", "REJ_INERT"};
 
 int barChooseForm(MXL_context *ctx, const BarrierState &b) {
-  const int opt = ctx->drv.resolvedLinsys;
+  // The general rules resolve an automatic form to 1 before the barrier
+  // starts; the automatic choice below still applies to it, since forming
+  // bound rows into the matrix doubles the dimension of bound-heavy models
+  // for no gain.
+  const int opt = ctx->opt.bar_linsys == -1 ? -1 : ctx->drv.resolvedLinsys;
   const bool bounds = b.nBoundRows > 0;
   const MxProblemClass &cls = ctx->drv.cls;
   if (opt == -1 || opt == 0 || opt == 1) {
-    const bool wants2 = opt == -1 && (cls.isBoundConstrained || b.nBoundRows >= 10000);
+    const bool wants2 = opt == -1 && ctx->resolvedAlgorithm == 1 && (cls.isBoundConstrained || b.nBoundRows >= 10000);
     return wants2 && bounds ? 2 : 1;
   }
   if (opt == 2 || (opt == 3 && b.nIneq == 0)) return bounds ? 2 : 1;
