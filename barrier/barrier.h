@@ -42,6 +42,8 @@ struct BarRow {
   // coefficients: +1 relaxes a side, an equality has the pair -1, +1.
   int pen[2] = {-1, -1};
   double penCoef[2] = {0.0, 0.0};
+  // Factor of a constraint row (1 on variables); bound is already scaled.
+  double scale = 1.0;
   // sum of coef * v over the elastic columns of the row
   double penTimes(const double *v) const {
     double t = 0.0;
@@ -55,6 +57,9 @@ struct BarRow {
       if (pen[q] >= 0) y[pen[q]] += penCoef[q] * w;
   }
   double sign() const { return kind == BAR_ROW_INEQ_UP || kind == BAR_ROW_BOUND_UP ? -1.0 : 1.0; }
+  // The row's factor times its sign: what multiplies the constraint's
+  // value and gradient in the row.
+  double coef() const { return sign() * scale; }
   bool onVariable() const { return kind >= BAR_ROW_FIXED; }
 };
 
@@ -293,6 +298,7 @@ void barResetInitPoint(MXL_context *ctx, BarrierState &b);
 
 // ---- Setup (barrier_setup.cpp) ----
 void barrierSizes(MXL_context *ctx, BarrierState &b);
+void barrierScaleRows(BarrierState &b, const std::vector<double> &factor);
 void barrierAllocate(BarrierState &b);
 void initvals(MXL_context *ctx, BarrierState &b);
 

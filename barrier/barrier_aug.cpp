@@ -54,7 +54,7 @@ void augForm(const BarrierState &b, BarAUG &a) {
   const bool scaled = !a.diag.empty();
   for (int i = 0; i < b.nX; ++i) a.val[a.diagPos[i]] = scaled ? a.diag[i] : 1.0;
   for (size_t q = 0; q < a.jacPos.size(); ++q)
-    a.val[a.jacPos[q]] += b.rows[a.jacRow[q]].sign() * b.jacVals[a.jacEntry[q]];
+    a.val[a.jacPos[q]] += b.rows[a.jacRow[q]].coef() * b.jacVals[a.jacEntry[q]];
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
     if (a.varRowPos[r] >= 0) a.val[a.varRowPos[r]] += row.sign();

@@ -25,7 +25,7 @@ void barrierFormRows(const BarrierState &b, const double *xs, const double *cMod
   const double *s = xs + b.nX;
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
-    const double v = row.onVariable() ? xs[row.item] : cModel[row.item];
+    const double v = row.onVariable() ? xs[row.item] : row.scale * cModel[row.item];
     double value = row.sign() * (v - row.bound);
     if (row.slack >= 0) value -= s[row.slack];
     c[r] = value + row.penTimes(xs);
@@ -80,7 +80,7 @@ static void barHessianMultipliers(const BarrierState &b, double *lh) {
   std::fill(lh, lh + b.m + b.n, 0.0);
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
-    if (!row.onVariable()) lh[row.item] -= row.sign() * b.lambda[r];
+    if (!row.onVariable()) lh[row.item] -= row.coef() * b.lambda[r];
   }
 }
 
@@ -127,7 +127,7 @@ void barrierJacTimes(const BarrierState &b, const double *xs, const double *v, d
       for (int64_t k = b.jacRowPtr[row.item]; k < b.jacRowPtr[row.item + 1]; ++k)
         sum += b.jacVals[k] * v[b.jacVars[k]];
     }
-    y[r] = row.sign() * sum + row.penTimes(v);
+    y[r] = row.coef() * sum + row.penTimes(v);
     if (row.slack >= 0) y[r] -= s[row.slack] * v[b.nX + row.slack];
   }
 }
@@ -137,7 +137,7 @@ void barrierJacTransTimes(const BarrierState &b, const double *xs, const double 
   const double *s = xs + b.nX;
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
-    const double wr = row.sign() * w[r];
+    const double wr = row.coef() * w[r];
     if (row.onVariable()) {
       y[row.item] += wr;
     } else {
@@ -177,6 +177,6 @@ void barrierLambdaToUser(const BarrierState &b, const double *lambda, double *us
     const BarRow &row = b.rows[r];
     if (barElasticBound(b, row)) continue;
     const int at = row.onVariable() ? b.m + row.item : row.item;
-    user[at] -= row.sign() * lambda[r] * scale;
+    user[at] -= row.coef() * lambda[r] * scale;
   }
 }

@@ -171,7 +171,7 @@ void barrierKKTform(MXL_context *, BarrierState &b, int recompute) {
   for (int64_t e = 0; e < b.nnzH; ++e) k.val[k.hessPos[e]] += b.hessVals[e];
   for (int i = 0; i < b.nX; ++i) k.val[k.diagPos[i]] += b.pertH;
   for (size_t q = 0; q < k.jacPos.size(); ++q)
-    k.val[k.jacPos[q]] += b.rows[k.jacRow[q]].sign() * b.jacVals[k.jacEntry[q]];
+    k.val[k.jacPos[q]] += b.rows[k.jacRow[q]].coef() * b.jacVals[k.jacEntry[q]];
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
     const double D = barRowD(b, r);
@@ -184,8 +184,11 @@ void barrierKKTform(MXL_context *, BarrierState &b, int recompute) {
       k.val[k.diagPos[row.item]] += 1.0 / D;
     }
   }
-  for (size_t q = 0; q < k.ineqPos.size(); ++q)
-    k.val[k.ineqPos[q]] += b.jacVals[k.ineqPairA[q]] * b.jacVals[k.ineqPairB[q]] / barRowD(b, k.ineqPairRow[q]);
+  for (size_t q = 0; q < k.ineqPos.size(); ++q) {
+    const int r = k.ineqPairRow[q];
+    const double f = b.rows[r].scale;
+    k.val[k.ineqPos[q]] += f * f * b.jacVals[k.ineqPairA[q]] * b.jacVals[k.ineqPairB[q]] / barRowD(b, r);
+  }
 }
 
 int barrierKKTfactor(MXL_context *ctx, BarrierState &b) {
@@ -228,7 +231,7 @@ double barRowTimes(const BarrierState &b, int r, const double *dx) {
     for (int64_t e = b.jacRowPtr[row.item]; e < b.jacRowPtr[row.item + 1]; ++e)
       sum += b.jacVals[e] * dx[b.jacVars[e]];
   }
-  return row.sign() * sum + row.penTimes(dx);
+  return row.coef() * sum + row.penTimes(dx);
 }
 
 // The right-hand side of a row after its slack left: rc + s rs / Sigma.
@@ -246,7 +249,7 @@ void barAddRowToPrimal(const BarrierState &b, int r, double w, double *top) {
     return;
   }
   for (int64_t e = b.jacRowPtr[row.item]; e < b.jacRowPtr[row.item + 1]; ++e)
-    top[b.jacVars[e]] += row.sign() * b.jacVals[e] * w;
+    top[b.jacVars[e]] += row.coef() * b.jacVals[e] * w;
   row.penAdd(w, top);
 }
 

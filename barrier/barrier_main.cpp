@@ -78,7 +78,7 @@ void barStartMultipliers(MXL_context *ctx, BarrierState &b) {
     const BarRow &row = b.rows[r];
     if (barElasticBound(b, row)) continue;
     const int at = row.onVariable() ? b.m + row.item : row.item;
-    const double v = -row.sign() * b.objWeight * ctx->lambda[at];
+    const double v = -b.objWeight * ctx->lambda[at] / row.coef();
     b.lambda[r] = row.slack >= 0 ? std::max(v, 0.0) : v;
   }
 }
@@ -300,11 +300,22 @@ void barInitializeSub(MXL_context *ctx, BarrierState &b) {
 
 }  // namespace
 
+void barPrintScaling(MXL_context *ctx) {
+  if (ctx->opt.debug < 1) return;
+  const std::vector<double> &f = ctx->pre.conScale;
+  const long scaled = std::count_if(f.begin(), f.end(), [](double v) { return v != 1.0; });
+  if (scaled == 0) mxl_printf(ctx, "  ->No constraint scaling.\n");
+  else mxl_printf(ctx, "Scaling: %ld scaled constraints, objective scaling: %g\n", scaled, ctx->pre.objScale);
+}
+
 int barrierInitialize(MXL_context *ctx) {
   if (!ctx->bar) ctx->bar.reset(new BarrierState);
   BarrierState &b = *ctx->bar;
   b.evalRequest = 4;
   barrierSizes(ctx, b);
+  presolveSetConScale(ctx, ctx->pat.jac.values.data());
+  barrierScaleRows(b, ctx->pre.conScale);
+  barPrintScaling(ctx);
   barrierQNSetup(ctx, b);
   barrierAllocate(b);
   initvals(ctx, b);

@@ -115,7 +115,7 @@ void penaltyBarInitVars(BarrierState &b, double shift) {
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
     if (row.pen[0] < 0) continue;
-    const double v = row.sign() * (b.cModel[row.item] - row.bound);
+    const double v = row.sign() * (row.scale * b.cModel[row.item] - row.bound);
     if (row.kind == BAR_ROW_EQ) {
       // c - b - p+ + p- = 0
       b.x[row.pen[0]] = v >= 0.0 ? v + shift : shift;

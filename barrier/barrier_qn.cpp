@@ -346,7 +346,7 @@ int qnUserHv(MXL_context *ctx, BarrierState &b, const double *v, double *y) {
   std::vector<double> lh(static_cast<size_t>(b.m + b.n)), va(b.n), ya(b.n);
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
-    if (!row.onVariable()) lh[row.item] -= row.sign() * b.lambda[r];
+    if (!row.onVariable()) lh[row.item] -= row.coef() * b.lambda[r];
   }
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
   std::copy(v, v + b.n, va.begin());

@@ -7,6 +7,17 @@
 
 void BarrierStateDeleter::operator()(BarrierState *p) const { delete p; }
 
+// Rows of badly scaled constraints are divided down to moderate gradients:
+// the merit function, the multipliers' sizes and the absolute shifts of the
+// step systems then weigh all rows alike.
+void barrierScaleRows(BarrierState &b, const std::vector<double> &factor) {
+  for (BarRow &row : b.rows) {
+    if (row.onVariable()) continue;
+    row.scale = factor[row.item];
+    row.bound *= row.scale;
+  }
+}
+
 namespace {
 
 constexpr double kFixedTol = 4.440892098500626e-16;

@@ -19,7 +19,7 @@ inline double barRowTarget(const BarrierState &b, int r, const double *xs, const
 void initializeSlacks(BarrierState &b, double push) {
   for (int j = 0; j < b.nSlacks; ++j) {
     const BarRow &row = b.rows[b.slackRow[j]];
-    const double v = row.onVariable() ? b.x[row.item] : b.cModel[row.item];
+    const double v = row.onVariable() ? b.x[row.item] : row.scale * b.cModel[row.item];
     b.x[b.nX + j] = std::max(push, row.sign() * (v - row.bound) + row.penTimes(b.x.data()));
   }
 }

@@ -26,6 +26,7 @@ struct PreModel {
   int64_t nnzJ = 0, nnzH = 0;
   double objSign = 1.0;                        // -1 turns a maximisation into a minimisation
   double objScale = 1.0;                       // factor of the objective seen by the algorithms
+  std::vector<double> conScale;                // factor of each Pre constraint in the barrier's rows
   bool done = false;
   bool identity() const { return stack.empty() && n == static_cast<int>(varAppToPre.size()); }
 };
@@ -49,6 +50,10 @@ double presolveObjAppToPre(const MXL_context *ctx, double v);
 // scale option: gradients above 100 are brought down to 100, by at most
 // 1e-8; a user factor takes precedence under scale 1 and 2.
 void presolveSetObjScale(MXL_context *ctx, const double *gradApp);
+// The constraints' factors from the Jacobian at the start point: rows whose
+// largest entry exceeds 1000 are brought down to 100, by at most 1e-8;
+// user factors take precedence under scale 1 and 2.
+void presolveSetConScale(MXL_context *ctx, const double *jacApp);
 // Multipliers: m constraint entries then n bound entries on each side.
 void presolveLambdaPreToApp(const MXL_context *ctx, const double *lPre, double *lApp);
 // The replay around an evaluation (App to Pre) and back.

@@ -79,6 +79,34 @@ void presolveSetObjScale(MXL_context *ctx, const double *gradApp) {
   ctx->pre.objScale = std::isfinite(s) ? s : 1.0;
 }
 
+void presolveSetConScale(MXL_context *ctx, const double *jacApp) {
+  PreModel &p = ctx->pre;
+  const int scale = ctx->opt.scale;
+  std::vector<double> big(static_cast<size_t>(p.m), 0.0);
+  if (scale == 1 || scale == 3) {
+    const MxJacobian &jac = ctx->pat.jac;
+    const int mApp = static_cast<int>(p.conAppToPre.size());
+    for (nnzint k = 0; k < jac.nnz; ++k) {
+      const int a = jac.indexCons[k];
+      const int i = a < mApp ? p.conAppToPre[a] : -1;
+      if (i >= 0) big[i] = std::max(big[i], std::fabs(jacApp[k]));
+    }
+  }
+  p.conScale.assign(static_cast<size_t>(p.m), 1.0);
+  const MxOptArray<double> &user = ctx->con.scaleFactor;
+  for (int i = 0; i < p.m; ++i) {
+    double s = big[i] >= 4.440892098500626e-16 ? std::max(1e-8, std::min(1.0, 100.0 / big[i])) : 1.0;
+    // Mild factors barely change the conditioning but move nonconvex
+    // models to other paths: only rows at least ten times too steep are
+    // scaled.
+    if (s > 0.1) s = 1.0;
+    const int a = p.conPreToApp[i];
+    if ((scale == 1 || scale == 2) && a < static_cast<int>(user.v.size()) && user.v[a] >= 4.440892098500626e-16)
+      s = user.v[a];
+    p.conScale[i] = std::isfinite(s) ? s : 1.0;
+  }
+}
+
 void presolveLambdaPreToApp(const MXL_context *ctx, const double *lPre, double *lApp) {
   const PreModel &p = ctx->pre;
   const int mApp = ctx->m, nApp = ctx->n;

@@ -276,3 +276,21 @@ TEST(HsSolve, QuasiNewtonAndProductsSolveWithoutTheHessian) {
   EXPECT_LE(others.size(), 15u) << listOf(others);
   std::printf("at another KKT point:\n%s", listOf(others).c_str());
 }
+
+// HS106's rows have gradients of 5000 next to rows of 0.01: the rows are
+// scaled by their largest start gradient, which brings the solve from
+// thousands of steps to a few dozen. Without scaling (scale 0) it reaches
+// the same point, and with it the multipliers still pass the KKT check of
+// the model as given.
+TEST(HsSolve, BadlyScaledRowsAreScaled) {
+  const auto &all = hsProblems();
+  const auto it = std::find_if(all.begin(), all.end(), [](const HsProblem &p) { return std::string(p.name) == "hs106"; });
+  ASSERT_NE(it, all.end());
+  const HsRun scaled = solveOne(*it, direct());
+  const HsRun plain = solveOne(*it, direct({{MX_PARAM_SCALE, 0}}));
+  EXPECT_TRUE(scaled.kktPass) << scaled.why;
+  EXPECT_EQ(scaled.s.rc, 0);
+  EXPECT_EQ(plain.s.rc, 0);
+  EXPECT_NEAR(scaled.s.f, plain.s.f, 1e-6 * std::fabs(plain.s.f));
+  EXPECT_LE(scaled.s.iters, 60) << "plain: " << plain.s.iters;
+}
