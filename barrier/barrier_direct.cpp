@@ -269,7 +269,13 @@ void computeDirectStep(MXL_context *ctx, BarrierState &b) {
   b.alphaMax = std::min(b.alphaMaxPrimal, b.alphaMaxDual);
   if (!barKeepStep(ctx, b, b.alphaMax)) {
     b.directResult = b.alphaMaxPrimal <= b.alphaMaxDual ? BAR_REJ_CUT_S : BAR_REJ_CUT_L;
-    if (b.probing) adaptivemu(ctx, b);
+    if (b.probing) {
+      // The step that follows is judged with the new parameter: the barrier
+      // objective at the point must carry it too, or the ratio compares
+      // merits of two different functions.
+      adaptivemu(ctx, b);
+      b.phi = barrierPhi(b, b.x.data(), b.fTilde);
+    }
     return;
   }
   b.directResult = b.alphaMax >= 1.0 ? BAR_TRY_FULL : (b.alphaMaxPrimal < 1.0 ? BAR_TRY_CUT_S : BAR_TRY_CUT_L);
