@@ -64,6 +64,8 @@ void openPrintFile(MXL_context *ctx) {
     mxl_printf(ctx, "         Output will be sent to the screen (outmode=%d).\n", ctx->opt.outmode);
     return;
   }
+  ctx->output->printDir = ctx->opt.outdir;
+  ctx->output->printName = ctx->opt.outname;
   if (append && std::ftell(file.get()) > 0)
     std::fputs("\n======================================================================\n", file.get());
   ctx->output->printFile = std::move(file);
@@ -96,15 +98,19 @@ void disconnectStdoutFromFile(MXL_context *ctx) {
   out.savedStdout = -1;
 }
 
-// After `outlev` or `outmode` changed: keep both in range and have the
-// print file open exactly when output goes to a file. An open file stays
-// open, so that raising the level mid-way does not truncate the log.
+// After `outlev`, `outmode`, `outname` or `outdir` changed: keep the first
+// two in range and have the print file open exactly when output goes to a
+// file, under its current name. An open file stays open while its name
+// holds, so that raising the level mid-way does not truncate the log.
 void mxl_output_option_changed(MXL_context *ctx) {
   if (ctx->opt.outmode < 0) ctx->opt.outmode = 0;
   if (ctx->opt.outmode > 2) ctx->opt.outmode = 2;
   if (ctx->opt.outlev > 6) ctx->opt.outlev = 6;
   if (ctx->opt.outlev < 0) ctx->opt.outlev = 0;
   const bool toFile = ctx->opt.outlev > 0 && ctx->opt.outmode != 0;
-  if (toFile && !ctx->output->printFile) openPrintFile(ctx);
+  const MxOutputState &out = *ctx->output;
+  // A new name or folder takes effect at once, whichever option came first.
+  const bool moved = out.printFile && (out.printDir != ctx->opt.outdir || out.printName != ctx->opt.outname);
+  if (toFile && (!out.printFile || moved)) openPrintFile(ctx);
   if (!toFile) closePrintFile(ctx);
 }

@@ -23,6 +23,7 @@ enum MxDebugFileKind {
 
 struct MxOutputState {
   MxFile printFile;
+  std::string printDir, printName;  // outdir and outname the print file was opened with
   MxFile csvFile;
   int newPointWritten = 0;  // the new-point log got its first line
   int savedStdout = -1;     // descriptor kept while stdout goes to the print file

@@ -109,6 +109,7 @@ int mxSetChar(MXL_context *ctx, const char *fn, MxKey key, const char *value) {
   std::string copy(value != nullptr ? value : "");  // may throw before anything changes
   MxLock lock(ctx->mutex);
   mxStrSlot(ctx->opt, *row).swap(copy);
+  if (row->apiId == MX_PARAM_OUTNAME || row->apiId == MX_PARAM_OUTDIR) mxl_output_option_changed(ctx);
   return 0;
 }
 

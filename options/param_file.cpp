@@ -150,6 +150,7 @@ int mxApplyString(MXL_context *ctx, const MxParamSpec &row, const char *const *t
                   int lineNumber) {
   if (mxCheckArgCount(ctx, row, count, lineNumber) < 0) return -1;
   setStrParamValue(ctx, row, tokens[1]);
+  if (row.apiId == MX_PARAM_OUTNAME || row.apiId == MX_PARAM_OUTDIR) mxl_output_option_changed(ctx);
   return 0;
 }
 

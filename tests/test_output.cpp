@@ -64,6 +64,21 @@ TEST_F(Output, ModesRouteToScreenFileOrBoth) {
   EXPECT_EQ(cap.take().size(), 1023u);
 }
 
+// The print file follows a name set after the level, through the setter
+// and through an options file alike.
+TEST_F(Output, ANameSetAfterTheLevelMovesThePrintFile) {
+  set(2, 1);
+  mxl_printf(kc, "before\n");
+  ASSERT_EQ(MX_set_char_param_by_name(kc, "outname", "run.log"), 0);
+  mxl_printf(kc, "after\n");
+  { std::ofstream("opts.txt") << "outname other.log\n"; }
+  ASSERT_EQ(MX_load_param_file(kc, "opts.txt"), 0);
+  mxl_printf(kc, "last\n");
+  EXPECT_EQ(slurp("morvex.log"), "before\n");
+  EXPECT_EQ(slurp("run.log"), "after\n");
+  EXPECT_EQ(slurp("other.log"), "last\n");
+}
+
 TEST_F(Output, AppendKeepsTheOldLogBehindASeparator) {
   { std::ofstream("run.log") << "first run\n"; }
   kc->opt.outname = "run.log";
