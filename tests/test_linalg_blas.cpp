@@ -23,16 +23,17 @@ std::vector<double> randomVec(std::mt19937 &rng, size_t n) {
 }
 
 // Runs `call` on the same data with the local kernels and with the system
-// BLAS, and compares the written array.
-void compareKernel(MXL_context *local, MXL_context *system, size_t outSize, size_t seed,
-                   const std::function<void(MXL_context *, std::vector<double> &)> &call,
-                   const std::string &what) {
-  std::mt19937 rng(static_cast<unsigned>(seed));
-  std::vector<double> a = randomVec(rng, outSize), b = a;
+// BLAS, and compares the written array of `size` entries; the macro names a
+// failing call by its source text.
+#define COMPARE(size, seed, call) \
+  compareKernel(local.ctx, system.ctx, size, seed, #call, [&](MXL_context *c, std::vector<double> &out) { call; })
+void compareKernel(MXL_context *local, MXL_context *system, size_t size, unsigned seed, const char *what,
+                   const std::function<void(MXL_context *, std::vector<double> &)> &call) {
+  std::mt19937 rng(seed);
+  std::vector<double> a = randomVec(rng, size), b = a;
   call(local, a);
   call(system, b);
-  for (size_t i = 0; i < outSize; ++i)
-    ASSERT_NEAR(a[i], b[i], 1e-9 * (1.0 + std::fabs(b[i]))) << what << " entry " << i;
+  for (size_t i = 0; i < size; ++i) ASSERT_NEAR(a[i], b[i], 1e-9 * (1.0 + std::fabs(b[i]))) << what << " entry " << i;
 }
 
 }  // namespace
@@ -49,45 +50,25 @@ TEST(BlasTable, LocalKernelsAgreeWithSystemBlas) {
   for (int order : {MX_ROW_MAJOR, MX_COL_MAJOR}) {
     for (int ta : {MX_NO_TRANS, MX_TRANS}) {
       for (int tb : {MX_NO_TRANS, MX_TRANS})
-        compareKernel(local.ctx, system.ctx, 64, 1, [&](MXL_context *c, std::vector<double> &C) {
-          cdgemm(c, order, ta, tb, m, n, k, 0.7, A.data(), ld, x.data() + 0, 4, 0.3, C.data(), ld);
-        }, "gemm");
-      compareKernel(local.ctx, system.ctx, 16, 2, [&](MXL_context *c, std::vector<double> &y) {
-        cdgemv(c, order, ta, m, n, 1.5, A.data(), ld, x.data(), 2, -0.5, y.data(), 2);
-      }, "gemv");
+        COMPARE(64, 1, cdgemm(c, order, ta, tb, m, n, k, 0.7, A.data(), ld, x.data(), 4, 0.3, out.data(), ld));
+      COMPARE(16, 2, cdgemv(c, order, ta, m, n, 1.5, A.data(), ld, x.data(), 2, -0.5, out.data(), 2));
       for (int uplo : {MX_UPPER, MX_LOWER}) {
-        compareKernel(local.ctx, system.ctx, 64, 3, [&](MXL_context *c, std::vector<double> &C) {
-          cdsyrk(c, order, uplo, ta, n, k, 0.9, A.data(), ld, 0.2, C.data(), ld);
-        }, "syrk");
+        COMPARE(64, 3, cdsyrk(c, order, uplo, ta, n, k, 0.9, A.data(), ld, 0.2, out.data(), ld));
         for (int diag : {MX_NON_UNIT, MX_UNIT}) {
-          compareKernel(local.ctx, system.ctx, 16, 4, [&](MXL_context *c, std::vector<double> &v) {
-            cdtrmv(c, order, uplo, ta, diag, n, A.data(), ld, v.data(), 1);
-          }, "trmv");
-          compareKernel(local.ctx, system.ctx, 16, 5, [&](MXL_context *c, std::vector<double> &v) {
-            cdtpsv(c, order, uplo, ta, diag, n, A.data(), v.data(), 2);
-          }, "tpsv");
+          COMPARE(16, 4, cdtrmv(c, order, uplo, ta, diag, n, A.data(), ld, out.data(), 1));
+          COMPARE(16, 5, cdtpsv(c, order, uplo, ta, diag, n, A.data(), out.data(), 2));
           for (int side : {MX_LEFT, MX_RIGHT}) {
-            compareKernel(local.ctx, system.ctx, 64, 6, [&](MXL_context *c, std::vector<double> &B) {
-              cdtrmm(c, order, side, uplo, ta, diag, m, n, 0.8, A.data(), ld, B.data(), ld);
-            }, "trmm");
-            compareKernel(local.ctx, system.ctx, 64, 7, [&](MXL_context *c, std::vector<double> &B) {
-              cdtrsm(c, order, side, uplo, ta, diag, m, n, 0.8, A.data(), ld, B.data(), ld);
-            }, "trsm");
+            COMPARE(64, 6, cdtrmm(c, order, side, uplo, ta, diag, m, n, 0.8, A.data(), ld, out.data(), ld));
+            COMPARE(64, 7, cdtrsm(c, order, side, uplo, ta, diag, m, n, 0.8, A.data(), ld, out.data(), ld));
           }
         }
       }
     }
     for (int uplo : {MX_UPPER, MX_LOWER}) {
-      compareKernel(local.ctx, system.ctx, 16, 8, [&](MXL_context *c, std::vector<double> &y) {
-        cdspmv(c, order, uplo, n, 1.1, A.data(), x.data(), 1, 0.4, y.data(), 1);
-      }, "spmv");
-      compareKernel(local.ctx, system.ctx, 16, 9, [&](MXL_context *c, std::vector<double> &y) {
-        cdsbmv(c, order, uplo, m, 2, 1.1, A.data(), 3, x.data(), 1, 0.4, y.data(), 1);
-      }, "sbmv");
+      COMPARE(16, 8, cdspmv(c, order, uplo, n, 1.1, A.data(), x.data(), 1, 0.4, out.data(), 1));
+      COMPARE(16, 9, cdsbmv(c, order, uplo, m, 2, 1.1, A.data(), 3, x.data(), 1, 0.4, out.data(), 1));
     }
-    compareKernel(local.ctx, system.ctx, 64, 10, [&](MXL_context *c, std::vector<double> &M) {
-      cdger(c, order, m, n, -0.6, x.data(), 1, x.data() + 5, 2, M.data(), ld);
-    }, "ger");
+    COMPARE(64, 10, cdger(c, order, m, n, -0.6, x.data(), 1, x.data() + 5, 2, out.data(), ld));
   }
   // Level 1 with strides, including the reductions.
   for (MXL_context *c : {local.ctx, system.ctx}) {

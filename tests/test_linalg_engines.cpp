@@ -47,65 +47,56 @@ double maxAbs(const std::vector<double> &v) {
 
 }  // namespace
 
-// The four QR solves satisfy their defining equations on a full-rank M.
-TEST(DenseQR, SolvesOnFullRank) {
-  std::mt19937 rng(3);
+// The four QR solves satisfy their defining equations on a full-rank M. A
+// dependent column lowers the rank, reported at debug level only, and the
+// least-squares solve still fits b as well as the remaining basis can.
+TEST(DenseQR, SolvesOnFullAndDeficientRank) {
   const int rows = 9, cols = 5;
-  const std::vector<double> M = randomMatrix(rng, rows, cols, false);
-  QRfactorObj qr;
-  ASSERT_EQ(QRfactor(nullptr, qr, rows, cols, M.data(), rows, 1e-10), 0);
-  EXPECT_EQ(qr.rank, cols);
-  std::vector<double> b(rows), c(cols), x(cols), z(rows), p(rows);
-  for (int i = 0; i < rows; ++i) b[i] = std::sin(i + 1.0);
-  for (int j = 0; j < cols; ++j) c[j] = std::cos(j + 1.0);
+  for (bool dependent : {false, true}) {
+    std::mt19937 rng(dependent ? 5 : 3);
+    const std::vector<double> M = randomMatrix(rng, rows, cols, dependent);
+    CaptureContext cc;
+    QRfactorObj qr;
+    for (int debug : {0, 1}) {
+      cc.ctx->opt.debug = debug;
+      ASSERT_EQ(QRfactor(cc.ctx, qr, rows, cols, M.data(), rows, 1e-10), 0);
+      EXPECT_EQ(cc.take(), debug && dependent ? "Jacobian matrix is rank deficient: numRows=9, numCols=5 rank=4, "
+                                                "rankTol=1.000000e-10\n"
+                                              : "");
+    }
+    EXPECT_EQ(qr.rank, dependent ? cols - 1 : cols);
+    std::vector<double> b(rows), c(cols), x(cols), z(rows), p(rows);
+    for (int i = 0; i < rows; ++i) b[i] = std::sin(i + 1.0);
+    for (int j = 0; j < cols; ++j) c[j] = std::cos(j + 1.0);
 
-  // Least squares: the residual is orthogonal to the columns.
-  ASSERT_EQ(QRleastSquaresSolve(nullptr, qr, b.data(), x.data()), 0);
-  std::vector<double> r = apply(M, rows, cols, x, false);
-  for (int i = 0; i < rows; ++i) r[i] -= b[i];
-  EXPECT_LT(maxAbs(apply(M, rows, cols, r, true)), 1e-12);
+    // Least squares: the residual is orthogonal to the columns.
+    ASSERT_EQ(QRleastSquaresSolve(cc.ctx, qr, b.data(), x.data()), 0);
+    std::vector<double> r = apply(M, rows, cols, x, false);
+    for (int i = 0; i < rows; ++i) r[i] -= b[i];
+    EXPECT_LT(maxAbs(apply(M, rows, cols, r, true)), dependent ? 1e-10 : 1e-12);
+    if (dependent) continue;
 
-  // Minimum norm: M^T z = c and z in range(M) (its projection vanishes).
-  ASSERT_EQ(QRminNormSolve(nullptr, qr, c.data(), z.data()), 0);
-  std::vector<double> mz = apply(M, rows, cols, z, true);
-  for (int j = 0; j < cols; ++j) EXPECT_NEAR(mz[j], c[j], 1e-12);
-  ASSERT_EQ(QRprojection(nullptr, qr, z.data(), p.data()), 0);
-  EXPECT_LT(maxAbs(p), 1e-12);
+    // Minimum norm: M^T z = c and z in range(M) (its projection vanishes).
+    ASSERT_EQ(QRminNormSolve(nullptr, qr, c.data(), z.data()), 0);
+    std::vector<double> mz = apply(M, rows, cols, z, true);
+    for (int j = 0; j < cols; ++j) EXPECT_NEAR(mz[j], c[j], 1e-12);
+    ASSERT_EQ(QRprojection(nullptr, qr, z.data(), p.data()), 0);
+    EXPECT_LT(maxAbs(p), 1e-12);
 
-  // Projection of b: M^T p = 0 and b - p is the least-squares fit M x.
-  ASSERT_EQ(QRprojection(nullptr, qr, b.data(), p.data()), 0);
-  EXPECT_LT(maxAbs(apply(M, rows, cols, p, true)), 1e-12);
-  std::vector<double> fit = apply(M, rows, cols, x, false);
-  for (int i = 0; i < rows; ++i) EXPECT_NEAR(b[i] - p[i], fit[i], 1e-12);
+    // Projection of b: M^T p = 0 and b - p is the least-squares fit M x.
+    ASSERT_EQ(QRprojection(nullptr, qr, b.data(), p.data()), 0);
+    EXPECT_LT(maxAbs(apply(M, rows, cols, p, true)), 1e-12);
+    std::vector<double> fit = apply(M, rows, cols, x, false);
+    for (int i = 0; i < rows; ++i) EXPECT_NEAR(b[i] - p[i], fit[i], 1e-12);
 
-  // Normal equations: M^T M x = c.
-  ASSERT_EQ(QRATASolve(nullptr, qr, c.data(), x.data()), 0);
-  std::vector<double> ata = apply(M, rows, cols, apply(M, rows, cols, x, false), true);
-  for (int j = 0; j < cols; ++j) EXPECT_NEAR(ata[j], c[j], 1e-10);
-}
-
-// A dependent column lowers the rank, is reported at debug level, and the
-// least-squares solve still fits b as well as the full basis can.
-TEST(DenseQR, RankDeficientJacobian) {
-  std::mt19937 rng(5);
-  const int rows = 8, cols = 4;
-  const std::vector<double> M = randomMatrix(rng, rows, cols, true);
+    // Normal equations: M^T M x = c.
+    ASSERT_EQ(QRATASolve(nullptr, qr, c.data(), x.data()), 0);
+    std::vector<double> ata = apply(M, rows, cols, apply(M, rows, cols, x, false), true);
+    for (int j = 0; j < cols; ++j) EXPECT_NEAR(ata[j], c[j], 1e-10);
+  }
   CaptureContext cc;
-  QRfactorObj qr;
-  ASSERT_EQ(QRfactor(cc.ctx, qr, rows, cols, M.data(), rows, 1e-10), 0);
-  EXPECT_EQ(qr.rank, 3);
-  EXPECT_EQ(cc.take(), "");
-  cc.ctx->opt.debug = 1;
-  ASSERT_EQ(QRfactor(cc.ctx, qr, rows, cols, M.data(), rows, 1e-10), 0);
-  EXPECT_EQ(cc.take(),
-            "Jacobian matrix is rank deficient: numRows=8, numCols=4 rank=3, rankTol=1.000000e-10\n");
-  std::vector<double> b(rows), x(cols);
-  for (int i = 0; i < rows; ++i) b[i] = 1.0 + i;
-  ASSERT_EQ(QRleastSquaresSolve(cc.ctx, qr, b.data(), x.data()), 0);
-  std::vector<double> r = apply(M, rows, cols, x, false);
-  for (int i = 0; i < rows; ++i) r[i] -= b[i];
-  EXPECT_LT(maxAbs(apply(M, rows, cols, r, true)), 1e-10);
   QRfactorObj fresh;
+  std::vector<double> b(rows), x(cols);
   EXPECT_EQ(QRleastSquaresSolve(cc.ctx, fresh, b.data(), x.data()), -1);
   EXPECT_EQ(cc.take(), "QR LS solve failed with status -1\n");
 }
@@ -181,48 +172,57 @@ TEST(LinEngines, RandomKktMatchEigenDecomposition) {
   EXPECT_LE(singular, 180);
 }
 
+namespace {
+
+struct Factored {
+  std::vector<int> pivots, handed;  // the engine's pivot order, the permutation handed to it
+  int code = -1, negEig = -1;      // the engine's ordering code
+  std::vector<double> x;
+};
+
+// Analyses, factors and solves K x = b with the sparse engine.
+Factored factorAndSolve(const KktCase &k, const LinSettings &s, const std::vector<double> &b) {
+  Factored f;
+  LinSystem sys;
+  EXPECT_EQ(linAnalyze(sys, LIN_ENGINE_MUMPS, s, k.n, static_cast<nnzint>(k.row.size()), k.row.data(), k.col.data()),
+            LIN_OK);
+  f.pivots = mumpsPivotOrder(sys);
+  f.code = mumpsOrderingCode(sys);
+  if (sys.lastOrdering == LIN_ORDER_METIS) f.handed = sys.userOrder;
+  const LinFactorInfo info = linFactor(sys, k.val.data());
+  EXPECT_EQ(info.status, LIN_OK);
+  f.negEig = info.negEig;
+  f.x = b;
+  EXPECT_EQ(linSolve(sys, f.x.data()), LIN_OK);
+  return f;
+}
+
+}  // namespace
+
 // The orderings change the elimination order but not the solution, and the
 // METIS ordering reaches the engine as computed.
 TEST(LinEngines, OrderingsAgreeAndMetisIsUsed) {
   const KktCase k = kktGrid(20, 7);
   std::mt19937 rng(7);
   const std::vector<double> b = randomRhs(rng, k.n);
-  const nnzint nnz = static_cast<nnzint>(k.row.size());
-  std::vector<std::vector<double>> sol;
-  std::vector<std::vector<int>> orders;
-  std::vector<int> handed, codes;
-  const int orderings[] = {LIN_ORDER_AMD, LIN_ORDER_METIS, LIN_ORDER_AUTO, LIN_ORDER_BEST};
-  for (int ord : orderings) {
+  std::vector<Factored> f;
+  for (int ord : {LIN_ORDER_AMD, LIN_ORDER_METIS, LIN_ORDER_AUTO, LIN_ORDER_BEST}) {
     LinSettings s;
     s.ordering = ord;
-    LinSystem sys;
-    ASSERT_EQ(linAnalyze(sys, LIN_ENGINE_MUMPS, s, k.n, nnz, k.row.data(), k.col.data()),
-              LIN_OK);
-    orders.push_back(mumpsPivotOrder(sys));
-    codes.push_back(mumpsOrderingCode(sys));
-    if (ord == LIN_ORDER_METIS) {
-      EXPECT_EQ(sys.lastOrdering, LIN_ORDER_METIS);
-      handed = sys.userOrder;
-    }
-    const LinFactorInfo info = linFactor(sys, k.val.data());
-    ASSERT_EQ(info.status, LIN_OK);
-    EXPECT_EQ(info.negEig, 7);
-    std::vector<double> x = b;
-    ASSERT_EQ(linSolve(sys, x.data()), LIN_OK);
-    sol.push_back(x);
+    f.push_back(factorAndSolve(k, s, b));
+    EXPECT_EQ(f.back().negEig, 7);
   }
   // The engine was handed the permutation METIS computes, reports that it
   // applied the permutation handed over, and its pivot order differs from
   // the ones of AMD and of its own automatic choice.
-  const std::vector<int> metis = metisOrdering(k.n, nnz, k.row.data(), k.col.data());
-  EXPECT_EQ(handed, metis);
-  EXPECT_EQ(codes[1], 1);
-  EXPECT_NE(codes[0], 1);
-  EXPECT_NE(codes[2], 1);
-  EXPECT_NE(orders[1], orders[0]);
-  EXPECT_NE(orders[1], orders[2]);
-  for (size_t o = 1; o < sol.size(); ++o)
-    for (int i = 0; i < k.n; ++i) EXPECT_NEAR(sol[o][i], sol[0][i], 1e-10);
+  EXPECT_EQ(f[1].handed, metisOrdering(k.n, static_cast<nnzint>(k.row.size()), k.row.data(), k.col.data()));
+  EXPECT_EQ(f[1].code, 1);
+  EXPECT_NE(f[0].code, 1);
+  EXPECT_NE(f[2].code, 1);
+  EXPECT_NE(f[1].pivots, f[0].pivots);
+  EXPECT_NE(f[1].pivots, f[2].pivots);
+  for (size_t o = 1; o < f.size(); ++o)
+    for (int i = 0; i < k.n; ++i) EXPECT_NEAR(f[o].x[i], f[0].x[i], 1e-10);
 }
 
 // Above 10000 rows the automatic ordering is our METIS permutation, so that
@@ -232,22 +232,10 @@ TEST(LinEngines, AutomaticOrderingRepeatsOnLargeSystems) {
   const KktCase k = kktGrid(101, 20, false);
   std::mt19937 rng(3);
   const std::vector<double> b = randomRhs(rng, k.n);
-  std::vector<std::vector<double>> sol;
-  std::vector<std::vector<int>> orders;
-  for (int run = 0; run < 2; ++run) {
-    LinSystem sys;
-    ASSERT_EQ(linAnalyze(sys, LIN_ENGINE_MUMPS, LinSettings(), k.n, static_cast<nnzint>(k.row.size()), k.row.data(),
-                         k.col.data()),
-              LIN_OK);
-    EXPECT_EQ(mumpsOrderingCode(sys), 1);
-    orders.push_back(mumpsPivotOrder(sys));
-    ASSERT_EQ(linFactor(sys, k.val.data()).status, LIN_OK);
-    std::vector<double> x = b;
-    ASSERT_EQ(linSolve(sys, x.data()), LIN_OK);
-    sol.push_back(x);
-  }
-  EXPECT_EQ(orders[0], orders[1]);
-  EXPECT_EQ(sol[0], sol[1]);
+  const Factored first = factorAndSolve(k, LinSettings(), b), second = factorAndSolve(k, LinSettings(), b);
+  EXPECT_EQ(first.code, 1);
+  EXPECT_EQ(first.pivots, second.pivots);
+  EXPECT_EQ(first.x, second.x);
 }
 
 // Calls out of order or with indices outside the matrix are refused and
