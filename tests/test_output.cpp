@@ -153,6 +153,9 @@ TEST_F(Output, EveryReturnCodePrintsItsExitMessage) {
       EXPECT_EQ(text.rfind(code == -203 && !mixed ? "MULTISTART:" : "EXIT:", 0), 0u) << code;
     }
   }
+  // -520 is not defined, so no row can hide the fatal-error fallback.
+  printExitMessage(kc, 0, -520, info);
+  EXPECT_EQ(cap.take(), "EXIT: Fatal Error, MXL_RC = -520.  Please check the User Manual.\n");
 }
 
 TEST_F(Output, ExitMessageFollowsTheCircumstance) {
