@@ -66,17 +66,31 @@ void presolveCPreToApp(const MXL_context *ctx, const double *cPre, double *cApp)
 double presolveObjPreToApp(const MXL_context *ctx, double v) { return ctx->pre.objSign * v / ctx->pre.objScale; }
 double presolveObjAppToPre(const MXL_context *ctx, double v) { return ctx->pre.objSign * ctx->pre.objScale * v; }
 
+namespace {
+
+constexpr double kScaleTiny = 4.440892098500626e-16;
+
+// The factor that brings a largest derivative v down to 100, never below
+// 1e-8; 1 when v is at most 100 or too small to tell.
+double presolveFactorFor(double v) { return v >= kScaleTiny ? std::max(1e-8, std::min(1.0, 100.0 / v)) : 1.0; }
+
+// Under scale 1 and 2 a usable user factor replaces the computed one.
+double presolveUserFactor(int scale, double computed, bool given, double user) {
+  const double s = (scale == 1 || scale == 2) && given && user >= kScaleTiny ? user : computed;
+  return std::isfinite(s) ? s : 1.0;
+}
+
+}  // namespace
+
 void presolveSetObjScale(MXL_context *ctx, const double *gradApp) {
   const int scale = ctx->opt.scale;
   double s = 1.0;
   if ((scale == 1 || scale == 3) && ctx->resolvedHessopt != 7) {
     double v = 0.0;
     for (int j = 0; j < ctx->n; ++j) v = std::max(v, std::fabs(gradApp[j]));
-    if (v >= 4.440892098500626e-16) s = std::max(1e-8, std::min(1.0, 100.0 / v));
+    s = presolveFactorFor(v);
   }
-  if ((scale == 1 || scale == 2) && ctx->obj.scaleGiven && ctx->obj.scaleFactor >= 4.440892098500626e-16)
-    s = ctx->obj.scaleFactor;
-  ctx->pre.objScale = std::isfinite(s) ? s : 1.0;
+  ctx->pre.objScale = presolveUserFactor(scale, s, ctx->obj.scaleGiven, ctx->obj.scaleFactor);
 }
 
 void presolveSetConScale(MXL_context *ctx, const double *jacApp) {
@@ -95,15 +109,14 @@ void presolveSetConScale(MXL_context *ctx, const double *jacApp) {
   p.conScale.assign(static_cast<size_t>(p.m), 1.0);
   const MxOptArray<double> &user = ctx->con.scaleFactor;
   for (int i = 0; i < p.m; ++i) {
-    double s = big[i] >= 4.440892098500626e-16 ? std::max(1e-8, std::min(1.0, 100.0 / big[i])) : 1.0;
+    double s = presolveFactorFor(big[i]);
     // Mild factors barely change the conditioning but move nonconvex
     // models to other paths: only rows at least ten times too steep are
     // scaled.
     if (s > 0.1) s = 1.0;
     const int a = p.conPreToApp[i];
-    if ((scale == 1 || scale == 2) && a < static_cast<int>(user.v.size()) && user.v[a] >= 4.440892098500626e-16)
-      s = user.v[a];
-    p.conScale[i] = std::isfinite(s) ? s : 1.0;
+    const bool given = a < static_cast<int>(user.v.size());
+    p.conScale[i] = presolveUserFactor(scale, s, given, given ? user.v[a] : 0.0);
   }
 }
 
