@@ -135,6 +135,8 @@ struct BarRestore {
   double cNormHistory[5] = {0, 0, 0, 0, 0};  // ||c|| after the last accepted steps
   int noProgress = 0, stalledLegs = 0;
   double cNormStalled = 0.0;
+  double cNormWindow = 0.0;  // ||c|| at the start of the leg's current window of steps
+  int windowStart = 0;       // the leg iteration that window started at
   bool handBack = false;    // the leg stalled: back to the main mode
   bool stalled = false;     // legs keep stalling at the same violation
 };

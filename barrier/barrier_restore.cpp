@@ -95,6 +95,8 @@ bool switchToMainModeCheck(const BarrierState &b) {
 
 namespace {
 
+constexpr int kResWindow = 20;
+
 // The accepted restoration trial becomes the point; multipliers stay.
 int resAccept(MXL_context *ctx, BarrierState &b) {
   b.x.swap(b.xTrial);
@@ -119,6 +121,16 @@ int resAccept(MXL_context *ctx, BarrierState &b) {
 void barRestorationStall(BarrierState &b, double cNext) {
   BarRestore &r = b.resto;
   r.noProgress = r.legIters >= 2 && cNext > 0.999999 * b.cNorm ? r.noProgress + 1 : 0;
+  // Gauss-Newton steps along a curved valley can keep a steady but useless
+  // pace: less than 1% off ||c|| over a window of steps is no progress either.
+  if (r.legIters == 0) {
+    r.cNormWindow = b.cNorm;
+    r.windowStart = 0;
+  } else if (r.legIters - r.windowStart >= kResWindow) {
+    if (cNext > 0.99 * r.cNormWindow) r.noProgress = 5;
+    r.cNormWindow = cNext;
+    r.windowStart = r.legIters;
+  }
   if (r.noProgress < 5) return;
   // A stalled leg first hands back to the main mode; only when the legs
   // keep stalling at the same violation is the point taken as a minimiser

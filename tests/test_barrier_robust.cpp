@@ -68,6 +68,34 @@ TEST(BarrierRobust, LineSearchStallIsLeft) {
   }
 }
 
+// min 100 (x2 - 0.5)^2 + 50.005 (x0 + 1)^2 + 0.01 (x1 - 1)^2 s.t.
+// 5000.5 x0^2 + 10000 (x1 - 1)^2 - x2 = -1, x >= 0 from 0, f* = 75.005 at
+// (0, 1, 1). The main mode stalls at a violation near 0.5 and hands over
+// to restoration, whose Gauss-Newton steps then follow a curved valley at
+// a steady pace of a few 1e-4 of ||c|| per step.
+TEST(BarrierRobust, ACrawlingRestorationHandsBack) {
+  Solve r(1);
+  ASSERT_EQ(MX_add_vars(r.kc, 3, nullptr), 0);
+  const double lo[3] = {0.0, 0.0, 0.0};
+  ASSERT_EQ(MX_set_var_lobnds_all(r.kc, lo), 0);
+  ASSERT_EQ(MX_add_obj_quadratic_term(r.kc, 2, 2, 100.0), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(r.kc, 2, -100.0), 0);
+  ASSERT_EQ(MX_add_obj_quadratic_term(r.kc, 0, 0, 50.005), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(r.kc, 0, 100.01), 0);
+  ASSERT_EQ(MX_add_obj_quadratic_term(r.kc, 1, 1, 0.01), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(r.kc, 1, -0.02), 0);
+  ASSERT_EQ(MX_add_obj_constant(r.kc, 75.015), 0);
+  ASSERT_EQ(MX_add_cons(r.kc, 1, nullptr), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 0, 0, 0, 5000.5), 0);
+  ASSERT_EQ(MX_add_con_quadratic_term(r.kc, 0, 1, 1, 10000.0), 0);
+  ASSERT_EQ(MX_add_con_linear_term(r.kc, 0, 1, -20000.0), 0);
+  ASSERT_EQ(MX_add_con_linear_term(r.kc, 0, 2, -1.0), 0);
+  ASSERT_EQ(MX_set_con_eqbnd(r.kc, 0, -10001.0), 0);
+  EXPECT_EQ(MX_solve(r.kc), 0) << r.log;
+  EXPECT_NEAR(r.obj(), 75.005, 1e-5);
+  EXPECT_LE(r.iters(), 300);
+}
+
 // min x0 log x0 + (x1 - 0.5)^2 s.t. x0 + x1 >= 1, x0 >= 0.05 honoured:
 // the logarithm is undefined below 0, so the callback records any point
 // outside the bound it was promised.
