@@ -90,11 +90,19 @@ inline double barSigma(const BarrierState &b, int r) {
   return b.lambda[r] * b.x[b.nX + row.slack] + b.pertH;
 }
 
+// The row shift in the model's units: a row scaled by f carries f^2 of it,
+// so that scaling leaves the regularised system, and the Hessian shift its
+// inertia asks for, as they were.
+inline double barRowReg(const BarrierState &b, int r) {
+  const double f = b.rows[r].scale;
+  return b.regKKT * f * f;
+}
+
 inline double barRowD(const BarrierState &b, int r) {
   const BarRow &row = b.rows[r];
-  if (row.slack < 0) return b.regKKT;
+  if (row.slack < 0) return barRowReg(b, r);
   const double s = b.x[b.nX + row.slack];
-  return s * s / barSigma(b, r) + b.regKKT;
+  return s * s / barSigma(b, r) + barRowReg(b, r);
 }
 
 }  // namespace
@@ -293,7 +301,8 @@ void barKKTresidual(const BarrierState &b, const double *rhs, const double *sol,
   linMultiply(k.sys, sol, res);
   for (int i = 0; i < k.dim; ++i) res[i] = rhs[i] - res[i];
   if (b.regKKT <= 0.0 || k.form != 1) return;
-  for (int i = b.nX; i < k.dim; ++i) res[i] -= b.regKKT * sol[i];
+  for (int r = 0; r < b.mFull; ++r)
+    if (k.rowPos[r] >= 0) res[k.rowPos[r]] -= barRowReg(b, r) * sol[k.rowPos[r]];
 }
 
 }  // namespace

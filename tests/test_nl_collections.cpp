@@ -164,6 +164,27 @@ TEST(AmplMode, SolvedModelsOfEachCollectionReadBack) {
   if (solved == 0) GTEST_SKIP() << "no .nl collections under " << kData << "; skipping";
 }
 
+// Row scaling and the restoration leg on two models that once went astray:
+// hs99exp's scaled rows ended infeasible (-202) where the unscaled run finds
+// f = -1.0080625e9, and aljazzaf's restoration crawled for 6700 steps.
+TEST(NlCollections, ScaledRowsAndRestorationReachTheUnscaledPoint) {
+  int ran = 0;
+  for (const char *name : {"hs99exp", "aljazzaf"}) {
+    const std::string source = kData + "/nl-cute-pyomo-ampl/" + name + ".nl";
+    if (!present(source)) continue;
+    SCOPED_TRACE(source);
+    const ToolRun scaled = toolRun(source + " outlev=0"), plain = toolRun(source + " outlev=0 scale=0");
+    for (const ToolRun *r : {&scaled, &plain}) {
+      ASSERT_TRUE(r->summary.found) << r->output;
+      EXPECT_TRUE(r->summary.status <= 0 && r->summary.status >= -103) << r->output;
+    }
+    EXPECT_NEAR(scaled.summary.objective, plain.summary.objective, 1e-6 * std::fabs(plain.summary.objective));
+    if (std::string(name) == "aljazzaf") EXPECT_EQ(scaled.summary.status, 0) << scaled.output;
+    ++ran;
+  }
+  if (ran == 0) GTEST_SKIP() << "no CUTE collection under " << kData << "; skipping";
+}
+
 // The mixed-integer solver is not built: the one model of the Bonmin folder
 // (integer variables) ends with -600, reported to AMPL as a failure.
 TEST(AmplMode, IntegerModelEndsAsNotBuilt) {
