@@ -3,13 +3,11 @@
 // dominates, and a dense factor is both faster and exact about inertia.
 // The pivot threshold and scaling settings do not apply: Bunch-Kaufman uses
 // its own fixed pivot rule.
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <cmath>
-#include <mutex>
 #include <new>
 
+#include "linalg/blas_serial.h"
 #include "linalg/engine.h"
 #include "linalg/lapack.h"
 
@@ -19,58 +17,6 @@ struct LinDenseState {
   std::vector<double> work;
 };
 
-namespace {
-
-// A threaded BLAS spins its threads up and down around every call on
-// matrices this small, which cost more than the arithmetic, and splits its
-// sums by the machine's core count, so that the same model followed
-// another path on another machine. While any dense factor or solve runs,
-// a BLAS that can be told runs on one thread; the last one to leave puts
-// back the count the program had.
-class SerialBlasScope {
- public:
-  SerialBlasScope() {
-    if (api().set == nullptr) return;
-    std::lock_guard<std::mutex> lock(state().mutex);
-    if (state().users++ == 0) {
-      state().saved = api().get();
-      if (state().saved > 1) api().set(1);
-    }
-  }
-  ~SerialBlasScope() {
-    if (api().set == nullptr) return;
-    std::lock_guard<std::mutex> lock(state().mutex);
-    if (--state().users == 0 && state().saved > 1) api().set(state().saved);
-  }
-  SerialBlasScope(const SerialBlasScope &) = delete;
-  SerialBlasScope &operator=(const SerialBlasScope &) = delete;
-
- private:
-  struct Api {
-    int (*get)() = nullptr;
-    void (*set)(int) = nullptr;
-  };
-  struct State {
-    std::mutex mutex;
-    int users = 0, saved = 0;
-  };
-  static const Api &api() {
-    static const Api a = [] {
-      Api r;
-      r.get = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "openblas_get_num_threads"));
-      r.set = reinterpret_cast<void (*)(int)>(dlsym(RTLD_DEFAULT, "openblas_set_num_threads"));
-      if (r.get == nullptr) r.set = nullptr;
-      return r;
-    }();
-    return a;
-  }
-  static State &state() {
-    static State st;
-    return st;
-  }
-};
-
-}  // namespace
 
 int denseAnalyze(LinSystem &sys) {
   sys.dense.reset(new LinDenseState);

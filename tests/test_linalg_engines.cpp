@@ -3,6 +3,8 @@
 // engine for an engine number, and dense QR objects.
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <cmath>
 #include <random>
 
@@ -236,6 +238,33 @@ TEST(LinEngines, AutomaticOrderingRepeatsOnLargeSystems) {
   EXPECT_EQ(first.code, 1);
   EXPECT_EQ(first.pivots, second.pivots);
   EXPECT_EQ(first.x, second.x);
+}
+
+// Factors and solves run the BLAS on one thread, whatever the program's
+// count: both engines give the same bits with one and with two threads, and
+// hand the count back afterwards.
+TEST(LinEngines, BlasThreadCountNeitherChangesTheResultNorStaysChanged) {
+  using Get = int (*)();
+  using Set = void (*)(int);
+  const Get get = reinterpret_cast<Get>(dlsym(RTLD_DEFAULT, "openblas_get_num_threads"));
+  const Set set = reinterpret_cast<Set>(dlsym(RTLD_DEFAULT, "openblas_set_num_threads"));
+  if (get == nullptr || set == nullptr) GTEST_SKIP() << "the BLAS has no thread count to set; skipping";
+  const int before = get();
+  // The sparse case has fronts of a few hundred rows, wide enough for a
+  // threaded BLAS to split its sums.
+  for (LinEngineKind kind : {LIN_ENGINE_DENSE, LIN_ENGINE_MUMPS}) {
+    const KktCase k = kind == LIN_ENGINE_DENSE ? kktGrid(15, 60, false) : kktGrid(160, 800, false);
+    std::mt19937 rng(5);
+    const std::vector<double> b = randomRhs(rng, k.n);
+    set(1);
+    const EngineRun one = runEngine(k, kind, LinSettings(), b);
+    set(2);
+    const EngineRun two = runEngine(k, kind, LinSettings(), b);
+    EXPECT_EQ(get(), 2) << "engine " << kind;
+    ASSERT_EQ(one.solve, LIN_OK);
+    EXPECT_EQ(one.x, two.x) << "engine " << kind;
+  }
+  set(before);
 }
 
 // Calls out of order or with indices outside the matrix are refused and
