@@ -69,14 +69,9 @@ const MxParamSpec *mxFind(MXL_context *ctx, MxKey key) {
   return getParamSpecsFromAPIId(ctx, key.id);
 }
 
-// Stores an integer or enum value; the caller holds the lock. Output level
-// and destination are kept within what the print routing understands.
-void mxStoreInt(MXL_context *ctx, const MxParamSpec &row, int value) {
-  const bool output = row.apiId == MX_PARAM_OUTLEV || row.apiId == MX_PARAM_OUTMODE;
-  if (row.apiId == MX_PARAM_OUTLEV && value > 6) value = 6;
-  if (row.apiId == MX_PARAM_OUTMODE) value = value < 0 ? 0 : (value > 2 ? 2 : value);
-  mxIntSlot(ctx->opt, row) = value;
-  if (output) mxl_output_option_changed(ctx);
+bool mxRoutesOutput(int apiId) {
+  return apiId == MX_PARAM_OUTLEV || apiId == MX_PARAM_OUTMODE || apiId == MX_PARAM_OUTNAME ||
+         apiId == MX_PARAM_OUTDIR;
 }
 
 int mxSetInt(MXL_context *ctx, const char *fn, MxKey key, int value) {
@@ -108,8 +103,7 @@ int mxSetChar(MXL_context *ctx, const char *fn, MxKey key, const char *value) {
   if (row == nullptr || row->type != MX_PARAMTYPE_STRING) return mxUnknown(ctx, fn, key);
   std::string copy(value != nullptr ? value : "");  // may throw before anything changes
   MxLock lock(ctx->mutex);
-  mxStrSlot(ctx->opt, *row).swap(copy);
-  if (row->apiId == MX_PARAM_OUTNAME || row->apiId == MX_PARAM_OUTDIR) mxl_output_option_changed(ctx);
+  mxStoreStr(ctx, *row, std::move(copy));
   return 0;
 }
 
@@ -289,6 +283,17 @@ int mxWriteDesc(MXL_context *ctx, const char *filename) {
 }
 
 }  // namespace
+
+// The print routing keeps the level and destination in range itself.
+void mxStoreInt(MXL_context *ctx, const MxParamSpec &row, int value) {
+  mxIntSlot(ctx->opt, row) = value;
+  if (mxRoutesOutput(row.apiId)) mxl_output_option_changed(ctx);
+}
+
+void mxStoreStr(MXL_context *ctx, const MxParamSpec &row, std::string value) {
+  mxStrSlot(ctx->opt, row).swap(value);
+  if (mxRoutesOutput(row.apiId)) mxl_output_option_changed(ctx);
+}
 
 // Both families share one body per call.
 #define MX_OPTION_CALL(ctx, expr) return mx_guard(ctx, [&]() { return expr; })

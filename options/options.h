@@ -104,6 +104,12 @@ int &mxIntSlot(MxOptionBlock &opt, const MxParamSpec &row);
 double &mxDblSlot(MxOptionBlock &opt, const MxParamSpec &row);
 std::string &mxStrSlot(MxOptionBlock &opt, const MxParamSpec &row);
 
+// Stores through a row; the options that route the output (level,
+// destination, file name and folder) open, move or close the print file at
+// once.
+void mxStoreInt(MXL_context *ctx, const MxParamSpec &row, int value);
+void mxStoreStr(MXL_context *ctx, const MxParamSpec &row, std::string value);
+
 // Defaults. The run-time default of a double row depends on the context:
 // feastol_abs is tighter in the node subproblems of the tree search.
 int getEnumParamDefaultValue(const MxParamSpec &row);

@@ -113,13 +113,6 @@ bool mxParseDouble(const char *token, double *value) {
   return true;
 }
 
-// Stores an integer; output level and destination open or close the print
-// file as their setter does.
-void mxStoreIntOption(MXL_context *ctx, const MxParamSpec &row, int value) {
-  mxIntSlot(ctx->opt, row) = value;
-  if (row.apiId == MX_PARAM_OUTLEV || row.apiId == MX_PARAM_OUTMODE) mxl_output_option_changed(ctx);
-}
-
 // The argument count of a double or string option.
 int mxCheckArgCount(MXL_context *ctx, const MxParamSpec &row, int count, int lineNumber) {
   if (count < 2) {
@@ -149,8 +142,7 @@ int mxApplyDouble(MXL_context *ctx, const MxParamSpec &row, const char *const *t
 int mxApplyString(MXL_context *ctx, const MxParamSpec &row, const char *const *tokens, int count,
                   int lineNumber) {
   if (mxCheckArgCount(ctx, row, count, lineNumber) < 0) return -1;
-  setStrParamValue(ctx, row, tokens[1]);
-  if (row.apiId == MX_PARAM_OUTNAME || row.apiId == MX_PARAM_OUTDIR) mxl_output_option_changed(ctx);
+  mxStoreStr(ctx, row, tokens[1]);
   return 0;
 }
 
@@ -246,7 +238,7 @@ int do_parsed_line(MXL_context *ctx, const char *const *tokens, int count, int l
   if (row->type == MX_PARAMTYPE_STRING) return mxApplyString(ctx, *row, tokens, count, lineNumber);
   int value = 0;
   if (int_command(ctx, kFileCaller, *row, lineNumber, count, tokens, &value, 0) < 0) return -1;
-  mxStoreIntOption(ctx, *row, value);
+  mxStoreInt(ctx, *row, value);
   return 0;
 }
 
