@@ -5,34 +5,29 @@
 
 #include <algorithm>
 #include <tuple>
+#include <vector>
 
 #include "interface/mps_model.h"
 
 inline void expectSameMpsModel(const MpsModel &a, const MpsModel &b) {
   ASSERT_EQ(a.cols.size(), b.cols.size());
   ASSERT_EQ(a.rows.size(), b.rows.size());
-  EXPECT_EQ(a.maximize, b.maximize);
-  EXPECT_EQ(a.objConstant, b.objConstant);
+  EXPECT_EQ(std::tie(a.maximize, a.objConstant, a.objCoefs), std::tie(b.maximize, b.objConstant, b.objCoefs));
   for (size_t c = 0; c < a.cols.size(); ++c) {
-    EXPECT_EQ(a.cols[c].name, b.cols[c].name);
-    EXPECT_EQ(a.cols[c].integer, b.cols[c].integer) << a.cols[c].name;
-    EXPECT_EQ(a.cols[c].lo, b.cols[c].lo) << a.cols[c].name;
-    EXPECT_EQ(a.cols[c].up, b.cols[c].up) << a.cols[c].name;
-    EXPECT_EQ(a.objCoefs[c], b.objCoefs[c]) << a.cols[c].name;
+    const MpsColumn &x = a.cols[c], &y = b.cols[c];
+    EXPECT_EQ(std::tie(x.name, x.integer, x.lo, x.up), std::tie(y.name, y.integer, y.lo, y.up));
   }
   for (size_t r = 0; r < a.rows.size(); ++r) {
-    EXPECT_EQ(a.rows[r].name, b.rows[r].name);
-    EXPECT_EQ(a.rows[r].kind, b.rows[r].kind);
-    EXPECT_EQ(a.rows[r].rhs, b.rows[r].rhs) << a.rows[r].name;
-    EXPECT_EQ(a.rows[r].hasRange, b.rows[r].hasRange) << a.rows[r].name;
-    EXPECT_EQ(a.rows[r].range, b.rows[r].range) << a.rows[r].name;
+    const MpsRow &x = a.rows[r], &y = b.rows[r];
+    EXPECT_EQ(std::tie(x.name, x.kind, x.rhs, x.hasRange, x.range), std::tie(y.name, y.kind, y.rhs, y.hasRange, y.range));
   }
-  auto key = [](const MpsEntry &e) { return std::make_tuple(e.row, e.col, e.value); };
-  std::vector<MpsEntry> ea = a.entries, eb = b.entries;
-  auto less = [&](const MpsEntry &x, const MpsEntry &y) { return key(x) < key(y); };
-  std::sort(ea.begin(), ea.end(), less);
-  std::sort(eb.begin(), eb.end(), less);
-  ASSERT_EQ(ea.size(), eb.size());
-  for (size_t k = 0; k < ea.size(); ++k) EXPECT_TRUE(key(ea[k]) == key(eb[k])) << "entry " << k;
+  // The order of the entries is free.
+  const auto sorted = [](const MpsModel &m) {
+    std::vector<std::tuple<int, int, double>> k;
+    for (const MpsEntry &e : m.entries) k.emplace_back(e.row, e.col, e.value);
+    std::sort(k.begin(), k.end());
+    return k;
+  };
+  EXPECT_EQ(sorted(a), sorted(b));
   EXPECT_EQ(a.quadObj.size(), b.quadObj.size());
 }

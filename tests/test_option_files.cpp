@@ -6,6 +6,8 @@
 #include <fstream>
 #include <functional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "capture.h"
@@ -22,7 +24,8 @@ struct OptionFiles : ScratchContext {
   static void write(const char *name, const std::string &text) { std::ofstream(name) << text; }
 };
 
-TEST_F(OptionFiles, CommentsBlankLinesEnumNamesAndHexLoad) {
+// A loaded file lists as the options it changed.
+TEST_F(OptionFiles, CommentsBlankLinesEnumNamesAndHexLoadAndListAsChanges) {
   write("opts.txt",
         "# a comment line\n"
         "\n"
@@ -34,12 +37,19 @@ TEST_F(OptionFiles, CommentsBlankLinesEnumNamesAndHexLoad) {
         "outname run.log\n"
         "bar_murule 2\n");
   PrintCapture cap(kc);
+  EXPECT_EQ(MX_print_options(kc), 0);  // nothing changed yet
   EXPECT_EQ(MX_load_param_file(kc, "opts.txt"), 0);
   EXPECT_EQ(cap.take(), "");
-  EXPECT_EQ((std::vector<int>{kc->opt.algorithm, kc->opt.hessopt, kc->opt.maxit, kc->opt.bar_murule}),
-            (std::vector<int>{1, 2, 16, 2}));
   EXPECT_EQ(kc->opt.feastol, 1e-8);
-  EXPECT_EQ(kc->opt.outname, "run.log");
+  kc->opt.opttol = 1e-6 + 1e-22;  // equal to the default within machine precision
+  EXPECT_EQ(MX_print_options(kc), 0);
+  EXPECT_EQ(cap.take(),
+            "algorithm                1\n"
+            "bar_murule               2\n"
+            "feastol                  1e-08\n"
+            "hessopt                  2\n"
+            "maxit                    16\n"
+            "outname                  run.log\n");
   write("empty.txt", "");
   EXPECT_EQ(MX_load_param_file(kc, "empty.txt"), 0);
 }
@@ -228,16 +238,12 @@ TEST_F(OptionFiles, TunerFileKeepsValidOptionsAndWarnsForTheRest) {
 // repairs them to the default with one warning each.
 TEST_F(OptionFiles, IllegalValuesFromSettersAreRepairedAtTheSolve) {
   PrintCapture cap(kc);
-  ASSERT_EQ(MX_set_int_param(kc, MX_PARAM_LMSIZE, 0), 0);
-  ASSERT_EQ(MX_set_int_param(kc, MX_PARAM_HESSOPT, 42), 0);
-  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_FEASTOL, -1.0), 0);
-  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_OPTTOL, std::nan("")), 0);
-  ASSERT_EQ(MX_set_int_param(kc, MX_PARAM_ALGORITHM, -2), 0);  // hidden, yet legal
-  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MAXTIME_CPU, 500.0), 0);
-  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MS_MAXTIME_CPU, 100.0), 0);
-  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MAXTIME_REAL, 500.0), 0);
-  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_TUNER_MAXTIME_REAL, 50.0), 0);
-  ASSERT_EQ(MX_set_double_param(kc, MX_PARAM_MS_MAXTIME_REAL, 70.0), 0);
+  // algorithm -2 is hidden, yet legal.
+  for (const auto &set : std::vector<std::pair<const char *, double>>{
+           {"lmsize", 0}, {"hessopt", 42}, {"feastol", -1}, {"opttol", std::nan("")}, {"algorithm", -2},
+           {"maxtime_cpu", 500}, {"ms_maxtime_cpu", 100}, {"maxtime_real", 500}, {"tuner_maxtime_real", 50},
+           {"ms_maxtime_real", 70}})
+    ASSERT_EQ(MX_set_param_by_name(kc, set.first, set.second), 0) << set.first;
   chkspecs(kc);
   std::string want;
   for (const char *change : {"'feastol' from -1 to 1e-06", "'hessopt' from 42 to 0", "'lmsize' from 0 to 10",
@@ -246,28 +252,25 @@ TEST_F(OptionFiles, IllegalValuesFromSettersAreRepairedAtTheSolve) {
   EXPECT_EQ(cap.take(), want);
   EXPECT_EQ((std::vector<int>{kc->opt.lmsize, kc->opt.hessopt, kc->opt.algorithm}), (std::vector<int>{10, 0, -2}));
   // The overall time limits shrink to the smallest inner limit.
-  EXPECT_EQ(kc->opt.maxtime_cpu, 100.0);
-  EXPECT_EQ(kc->opt.maxtime_real, 50.0);
+  EXPECT_EQ(std::make_pair(kc->opt.maxtime_cpu, kc->opt.maxtime_real), std::make_pair(100.0, 50.0));
   chkspecs(kc);
   EXPECT_EQ(cap.take(), "");  // repaired values pass
 }
 
 // One case per cross-option rule: the setup, how many warnings it gives and
 // what names the rule in the first, and what changed.
-struct RuleCase {
-  const char *name;
-  std::function<void(MXL_context *)> setup;
-  int warnings;
-  const char *text;
-  std::function<bool(const MXL_context *)> changed;
-};
-
 TEST_F(OptionFiles, EachCrossOptionRuleFiresOnItsCase) {
   using C = MXL_context *;
   using K = const MXL_context *;
-  const RuleCase cases[] = {
-      {"eval_fcga", [](C c) { c->opt.eval_fcga = 1; c->resolvedHessopt = 4; },
-       1, "hessopt=4 not valid when eval_fcga=1.\n         Changing hessopt to 6",
+  const struct {
+    const char *name;
+    std::function<void(C)> setup;
+    int warnings;
+    const char *text;
+    std::function<bool(K)> changed;
+  } cases[] = {
+      {"eval_fcga", [](C c) { c->opt.eval_fcga = 1; c->resolvedHessopt = 4; }, 1,
+       "hessopt=4 not valid when eval_fcga=1.\n         Changing hessopt to 6",
        [](K c) { return c->resolvedHessopt == 6; }},
       {"apple solver", [](C c) { c->resolvedLinsolver = 9; }, 1, "linsolver=9 is only available for the Apple",
        [](K c) { return c->resolvedLinsolver == 0; }},
@@ -279,11 +282,11 @@ TEST_F(OptionFiles, EachCrossOptionRuleFiresOnItsCase) {
        },
        2, "L2 norm (e.g. conic) structure.\n         Switching to Interior/Direct",
        [](K c) { return c->resolvedAlgorithm == 1 && c->resolvedHessopt == 6; }},
-      {"direct products", [](C c) { c->resolvedAlgorithm = 1; c->resolvedHessopt = 5; },
-       1, "hessopt=5 not valid for Interior/Direct algorithm.\n         Switching to Interior/CG",
+      {"direct products", [](C c) { c->resolvedAlgorithm = 1; c->resolvedHessopt = 5; }, 1,
+       "hessopt=5 not valid for Interior/Direct algorithm.\n         Switching to Interior/CG",
        [](K c) { return c->resolvedAlgorithm == 2; }},
-      {"sqp products", [](C c) { c->resolvedAlgorithm = 4; c->resolvedHessopt = 5; },
-       1, "hessopt=5 not valid for Active-Set/SQP algorithm.\n         Switching to Active-Set/CG",
+      {"sqp products", [](C c) { c->resolvedAlgorithm = 4; c->resolvedHessopt = 5; }, 1,
+       "hessopt=5 not valid for Active-Set/SQP algorithm.\n         Switching to Active-Set/CG",
        [](K c) { return c->resolvedAlgorithm == 3; }},
       {"active set",
        [](C c) { c->resolvedAlgorithm = 3; c->opt.linsolver_ooc = c->resolvedFeasible = 1; c->resolvedLinsolver = 7; },
@@ -301,8 +304,8 @@ TEST_F(OptionFiles, EachCrossOptionRuleFiresOnItsCase) {
        },
        4, "bar_feasible=1 not guaranteed when using finite difference gradients",
        [](K c) { return c->resolvedHessopt == 6 && c->opt.derivcheck == 0; }},
-      {"callback with forward differences", [](C c) { c->model->numericGradModes = c->opt.derivcheck = 1; },
-       1, "Unable to perform a derivative check when using finite difference gradients",
+      {"callback with forward differences", [](C c) { c->model->numericGradModes = c->opt.derivcheck = 1; }, 1,
+       "Unable to perform a derivative check when using finite difference gradients",
        [](K c) { return c->opt.derivcheck == 0; }},
       {"multi-start off",
        [](C c) {
@@ -312,14 +315,13 @@ TEST_F(OptionFiles, EachCrossOptionRuleFiresOnItsCase) {
        },
        3, "Option ms_maxsolves was set, but option ms_enable='no'", [](K) { return true; }},
       {"feasible needs penalty",
-       [](C c) { c->resolvedAlgorithm = 1; c->resolvedFeasible = 2; c->resolvedPenaltyCons = 3; },
-       1, "bar_feasible=2 requires bar_penaltycons=2 (all).\n         Changing bar_penaltycons to 2",
+       [](C c) { c->resolvedAlgorithm = 1; c->resolvedFeasible = 2; c->resolvedPenaltyCons = 3; }, 1, "bar_feasible=2 requires bar_penaltycons=2 (all).\n         Changing bar_penaltycons to 2",
        [](K c) { return c->resolvedPenaltyCons == 2; }},
       // debug needs output: the warning cannot print at outlev 0, the repair holds.
       {"debug without output", [](C c) { c->opt.outlev = 0; c->opt.debug = 1; }, 0, "",
        [](K c) { return c->opt.debug == 0; }},
   };
-  for (const RuleCase &rc : cases) {
+  for (const auto &rc : cases) {
     SCOPED_TRACE(rc.name);
     MX_context_ptr ctx = nullptr;
     ASSERT_EQ(MX_new(&ctx), 0);
@@ -358,10 +360,8 @@ TEST_F(OptionFiles, ChildrenGetTheChangedOptionsButNotTheParentsFiles) {
   MXL_context *node = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 1);
   ASSERT_NE(node, nullptr);
   ASSERT_EQ(mx_copy_problem(kc, node, 0, 0), 0);
-  EXPECT_EQ(node->opt.maxit, 77);
-  EXPECT_EQ(node->opt.opttol, 1e-9);
-  EXPECT_TRUE(node->opt.outname.empty());
-  EXPECT_EQ(node->opt.out_csvinfo, 0);
+  EXPECT_EQ(std::tie(node->opt.maxit, node->opt.opttol, node->opt.outname, node->opt.out_csvinfo),
+            std::make_tuple(77, 1e-9, std::string(), 0));
   // feastol_abs defaults by the kind of child (a multi-start child keeps the
   // parent's 1e-3), and a parent's own choice reaches every child.
   for (int kind : {1, 5, 8, 9}) {
@@ -375,29 +375,12 @@ TEST_F(OptionFiles, ChildrenGetTheChangedOptionsButNotTheParentsFiles) {
 
   MXL_context *other = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 2);
   copyNondefaultMipOptions(kc, other);
-  EXPECT_EQ(other->opt.mip_method, 2);
-  EXPECT_EQ(other->opt.maxit, 0);
+  EXPECT_EQ(std::make_pair(other->opt.mip_method, other->opt.maxit), std::make_pair(2, 0));
   const int ids[] = {MX_PARAM_MAXIT, MX_PARAM_OUTNAME};
   copyGivenNonDefaultOptions(kc, other, ids, 2);
-  EXPECT_EQ(other->opt.maxit, 77);
-  EXPECT_EQ(other->opt.outname, "parent.log");
+  EXPECT_EQ(std::tie(other->opt.maxit, other->opt.outname), std::make_tuple(77, std::string("parent.log")));
   mxl_destroy(other);
   mxl_destroy(node);
-}
-
-TEST_F(OptionFiles, ListingShowsOnlyChangedOptions) {
-  PrintCapture cap(kc);
-  EXPECT_EQ(MX_print_options(kc), 0);
-  EXPECT_EQ(cap.take(), "");
-  kc->opt.feastol = 1e-6 + 1e-22;  // equal within machine precision
-  kc->opt.maxit = 20;
-  kc->opt.opttol = 2.5e-7;
-  kc->opt.outname = "run.log";
-  EXPECT_EQ(MX_print_options(kc), 0);
-  EXPECT_EQ(cap.take(),
-            "maxit                    20\n"
-            "opttol                   2.5e-07\n"
-            "outname                  run.log\n");
 }
 
 }  // namespace

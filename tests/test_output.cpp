@@ -59,30 +59,23 @@ TEST_F(Output, ModesRouteToScreenFileOrBoth) {
   EXPECT_EQ(printed("file\n"), "");
   set(2, 2);
   EXPECT_EQ(printed("both\n"), "both\n");
-  EXPECT_EQ(slurp("morvex.log"), "file\nboth\n");
+  // The print file follows a name set after the level, through the setter
+  // and through an options file alike.
+  ASSERT_EQ(MX_set_char_param_by_name(kc, "outname", "run.log"), 0);
+  EXPECT_EQ(printed("after\n"), "after\n");
+  { std::ofstream("opts.txt") << "outname other.log\n"; }
+  ASSERT_EQ(MX_load_param_file(kc, "opts.txt"), 0);
+  EXPECT_EQ(printed("last\n"), "last\n");
+  EXPECT_EQ(slurp("run.log"), "after\n");
   // A puts callback silences file and screen.
   PrintCapture cap(kc);
   EXPECT_EQ(printed("only to the callback\n"), "");
   EXPECT_EQ(cap.take(), "only to the callback\n");
   EXPECT_EQ(slurp("morvex.log"), "file\nboth\n");
+  EXPECT_EQ(slurp("other.log"), "last\n");
   // Text beyond the callback's buffer is cut, never overrun.
   mxl_printf(kc, "%s", std::string(3000, 'x').c_str());
   EXPECT_EQ(cap.take().size(), 1023u);
-}
-
-// The print file follows a name set after the level, through the setter
-// and through an options file alike.
-TEST_F(Output, ANameSetAfterTheLevelMovesThePrintFile) {
-  set(2, 1);
-  mxl_printf(kc, "before\n");
-  ASSERT_EQ(MX_set_char_param_by_name(kc, "outname", "run.log"), 0);
-  mxl_printf(kc, "after\n");
-  { std::ofstream("opts.txt") << "outname other.log\n"; }
-  ASSERT_EQ(MX_load_param_file(kc, "opts.txt"), 0);
-  mxl_printf(kc, "last\n");
-  EXPECT_EQ(slurp("morvex.log"), "before\n");
-  EXPECT_EQ(slurp("run.log"), "after\n");
-  EXPECT_EQ(slurp("other.log"), "last\n");
 }
 
 // An old log is kept behind a separator; an outdir or print file that
@@ -116,8 +109,8 @@ TEST_F(Output, PrintFileAppendsOrFallsBack) {
 
 // The codes the header defines are the table's, once each, and every one
 // has its exit message: the row the table holds for it, the fatal-error
-// line, or the unknown-code lines.
-TEST_F(Output, EveryReturnCodePrintsItsExitMessage) {
+// line, or the unknown-code lines. Some rows depend on the circumstance.
+TEST_F(Output, ExitMessagesCoverEveryReturnCodeAndFollowTheCircumstance) {
   std::ifstream header(MORVEX_HEADER_PATH);
   ASSERT_TRUE(header.good());
   const std::regex define("^#define (MX_RC_[A-Z_]+) +(-?[0-9]+)");
@@ -125,12 +118,16 @@ TEST_F(Output, EveryReturnCodePrintsItsExitMessage) {
   std::smatch m;
   for (std::string line; std::getline(header, line);)
     if (std::regex_search(line, m, define)) headerCodes.insert(std::stoi(m[2]));
-  PrintCapture cap(kc);
   int count = 0;
   const MxReturnCode *codes = mxl_return_codes(&count);
   for (int i = 0; i < count; ++i) EXPECT_TRUE(tableCodes.insert(codes[i].code).second) << codes[i].name;
   EXPECT_EQ(headerCodes, tableCodes);
+  PrintCapture cap(kc);
   MxExitInfo info;
+  const auto exitText = [&](int mixed, int code) {
+    printExitMessage(kc, mixed, code, info);
+    return cap.take();
+  };
   info.xtolIters = 1;
   for (int mixed = 0; mixed <= 1; ++mixed) {
     for (int i = 0; i < count; ++i) {
@@ -139,8 +136,7 @@ TEST_F(Output, EveryReturnCodePrintsItsExitMessage) {
       const bool mixedOnly = code == -403 || code == -404 || code == -405 || code == -406 ||
                              code == -413 || code == -415 || code == -416;
       if (!mixed && mixedOnly) continue;
-      printExitMessage(kc, mixed, code, info);
-      const std::string text = cap.take();
+      const std::string text = exitText(mixed, code);
       const MxExitMessage *row = mxl_find_exit_message(mixed, code, info);
       if (row != nullptr && code != -103)
         EXPECT_EQ(text, row->text) << code;
@@ -154,17 +150,9 @@ TEST_F(Output, EveryReturnCodePrintsItsExitMessage) {
     }
   }
   // -520 is not defined, so no row can hide the fatal-error fallback.
-  printExitMessage(kc, 0, -520, info);
-  EXPECT_EQ(cap.take(), "EXIT: Fatal Error, MXL_RC = -520.  Please check the User Manual.\n");
-}
+  EXPECT_EQ(exitText(0, -520), "EXIT: Fatal Error, MXL_RC = -520.  Please check the User Manual.\n");
 
-TEST_F(Output, ExitMessageFollowsTheCircumstance) {
-  PrintCapture cap(kc);
-  MxExitInfo info;
-  const auto exitText = [&](int mixed, int code) {
-    printExitMessage(kc, mixed, code, info);
-    return cap.take();
-  };
+  info = MxExitInfo();
   info.convex = 1;
   EXPECT_EQ(exitText(0, 0), "EXIT: Optimal solution found.\n");
   info.convex = 0;
@@ -218,19 +206,6 @@ TEST_F(Output, NewPointLogRewritesOrAppends) {
   EXPECT_NE(log.find("Iter=2"), std::string::npos);  // appended
   EXPECT_NE(log.find("Iter=3"), std::string::npos);
   EXPECT_NE(log.find("X[1]=  2.00000000000e+00\nL[0]=  5.00000000000e-01\n"), std::string::npos);
-}
-
-TEST_F(Output, DebugOptionsFallBackToDefaultsAlongAnyMissingKey) {
-  { std::ofstream("dbg.json") << R"({"MIP": {"Path": "sol.txt", "Depth": 3, "Inner": {"Tol": 0.5}}})"; }
-  MxJson doc = mxReadDebugOptions(kc, "dbg.json");
-  ASSERT_TRUE(doc);
-  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "MIP", "Other", "none"), "none");
-  EXPECT_EQ(getDebugOptionIntValue3(doc.get(), "MIP", "Depth", "x", 7), 7);
-  EXPECT_EQ(getDebugOptionDoubleValue3(doc.get(), "MIP", "Inner", "Tol", 1.0), 0.5);
-  EXPECT_EQ(getDebugOptionDoubleValue1(nullptr, "MIP", 2.0), 2.0);
-  PrintCapture cap(kc);
-  EXPECT_FALSE(mxReadDebugOptions(kc, "absent.json"));
-  EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file 'absent.json' for input.\n");
 }
 
 std::vector<std::string> split(const std::string &text, char sep) {
@@ -310,7 +285,7 @@ TEST_F(Reports, SolveTableRowsMatchTheHeaderAndChildrenAndSilentRunsWriteThem) {
                         "*** Could not open 'no/such/dir/t.csv' for output.\n");
 }
 
-TEST_F(Reports, JsonReportHoldsEverySectionAndInfiniteBoundsAsText) {
+TEST_F(Reports, JsonReportHoldsEverySectionAndReadsBackAsDebugOptions) {
   kc->opt.out_jsonname = "report.json";
   kc->var.x = {1.0, 2.0, 3.0};
   MxJson root(cJSON_CreateObject());
@@ -328,12 +303,12 @@ TEST_F(Reports, JsonReportHoldsEverySectionAndInfiniteBoundsAsText) {
   // A second solve replaces the sections rather than adding twins.
   ASSERT_EQ(mxWriteJSON(kc, root.get(), 0, counts, stats, presolve), 0);
 
-  const std::string text = slurp("report.json");
-  MxJson doc(cJSON_Parse(text.c_str()));
-  ASSERT_TRUE(doc) << text;
+  // Read back as a debug options file would be.
+  MxJson doc = mxReadDebugOptions(kc, "report.json");
+  ASSERT_TRUE(doc) << slurp("report.json");
   EXPECT_EQ(cJSON_GetArraySize(doc.get()), 6);
   EXPECT_EQ(getDebugOptionIntValue3(doc.get(), "ApplicationModel", "Variables", "NumberOfVariables", -1), 3);
-  EXPECT_EQ(getDebugOptionIntValue3(doc.get(), "PresolvedModel", "Variables", "NumberOfVariables", -1), 2);
+  EXPECT_EQ(getDebugOptionDoubleValue3(doc.get(), "PresolvedModel", "Variables", "NumberOfVariables", -1), 2.0);
   EXPECT_EQ(getDebugOptionIntValue2(doc.get(), "Problem", "NbVariables", -1), 3);
   EXPECT_EQ(getDebugOptionIntValue2(doc.get(), "Output", "Status", -1), 0);  // the second solve's
   EXPECT_EQ(getDebugOptionDoubleValue2(doc.get(), "Output", "Value", 0.0), -2.5);
@@ -348,6 +323,14 @@ TEST_F(Reports, JsonReportHoldsEverySectionAndInfiniteBoundsAsText) {
   EXPECT_STREQ(getDebugOptionStringValue2(first, "Bound", "Upper", ""), "+inf");
   EXPECT_STREQ(getDebugOptionStringValue2(second, "Bound", "Lower", ""), "-inf");
   EXPECT_EQ(getDebugOptionDoubleValue1(second, "Value", 0.0), 2.0);
+
+  // The getters fall back to the default along any missing key.
+  EXPECT_STREQ(getDebugOptionStringValue2(doc.get(), "Output", "Other", "none"), "none");
+  EXPECT_EQ(getDebugOptionIntValue3(doc.get(), "Output", "Status", "x", 7), 7);
+  EXPECT_EQ(getDebugOptionDoubleValue1(nullptr, "Output", 2.0), 2.0);
+  PrintCapture cap(kc);
+  EXPECT_FALSE(mxReadDebugOptions(kc, "absent.json"));
+  EXPECT_EQ(cap.take(), "ERROR: Morvex could not open file 'absent.json' for input.\n");
 }
 
 TEST_F(Reports, ProfileWithoutElapsedTimeHasNoNonFiniteShares) {
@@ -407,7 +390,6 @@ TEST_F(Reports, ModelClassHintsFollowTheirConditions) {
 }
 
 TEST_F(Reports, DebugFilesOpenPerAlgorithmFamilyWithTheChildsNumber) {
-  EXPECT_EQ(addIntSuffixToFilePath("mxdbg_summIP.log", 3), "mxdbg_summIP_3.log");
   EXPECT_EQ(addIntSuffixToFilePath("out.d/trace", 12), "out.d/trace_12");
   openDebugFiles(kc, true, -1);
   EXPECT_EQ(mxDebugFile(kc, MX_DBG_SUMM), nullptr);  // debug is off
