@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -29,19 +30,9 @@ inline void kktAdd(KktCase &k, int i, int j, double v) {
   if (i != j) k.dense[static_cast<size_t>(j) + static_cast<size_t>(i) * k.n] += v;
 }
 
-inline std::vector<double> kktEigenvalues(std::vector<double> a, int n) {
-  std::vector<double> w(static_cast<size_t>(n));
-  int lwork = 1 + 2 * n, liwork = 1, info = 0;  // the sizes dsyevd needs for eigenvalues only
-  std::vector<double> work(static_cast<size_t>(lwork));
-  std::vector<int> iwork(1);
-  dsyevd_("N", "L", &n, a.data(), &n, w.data(), work.data(), &lwork, iwork.data(), &liwork, &info, 1, 1);
-  return w;
-}
-
 // H: nh x nh sparse symmetric with random signs; A: ma x nh sparse, with
 // exact copies (scaled by 2) of earlier rows when rankDeficient is set.
-inline KktCase kktRandom(std::mt19937 &rng, int nh, int ma, double delta, bool rankDeficient,
-                         double density) {
+inline KktCase kktRandom(std::mt19937 &rng, int nh, int ma, double delta, bool rankDeficient, double density) {
   KktCase k;
   k.n = nh + ma;
   k.dense.assign(static_cast<size_t>(k.n) * k.n, 0.0);
@@ -64,28 +55,31 @@ inline KktCase kktRandom(std::mt19937 &rng, int nh, int ma, double delta, bool r
       if (a[r][j] != 0.0) kktAdd(k, nh + r, j, a[r][j]);
     if (delta != 0.0) kktAdd(k, nh + r, nh + r, -delta);
   }
-  k.eig = kktEigenvalues(k.dense, k.n);
+  // Eigenvalues only: dsyevd needs no integer workspace beyond one entry.
+  std::vector<double> m = k.dense, work(static_cast<size_t>(1 + 2 * k.n));
+  int lwork = static_cast<int>(work.size()), liwork = 1, iwork = 0, info = 0;
+  k.eig.resize(static_cast<size_t>(k.n));
+  dsyevd_("N", "L", &k.n, m.data(), &k.n, k.eig.data(), work.data(), &lwork, &iwork, &liwork, &info, 1, 1);
   return k;
 }
 
 // Reference inertia: eigenvalues within tol * max|lambda| count as zero.
 struct KktInertia {
   int neg = 0, zero = 0;
-  double gap = 0.0;  // smallest |lambda| / max |lambda| among the non-zero ones
+  double gap = 1.0;  // smallest |lambda| / max |lambda| among the non-zero ones
 };
 
 inline KktInertia kktInertia(const KktCase &k, double zeroTol) {
   KktInertia r;
   double mx = 0.0;
   for (double w : k.eig) mx = std::max(mx, std::fabs(w));
-  r.gap = 1.0;
   for (double w : k.eig) {
     if (std::fabs(w) <= zeroTol * mx) {
       ++r.zero;
-      continue;
+    } else {
+      r.neg += w < 0;
+      r.gap = std::min(r.gap, std::fabs(w) / mx);
     }
-    if (w < 0) ++r.neg;
-    r.gap = std::min(r.gap, std::fabs(w) / mx);
   }
   return r;
 }
@@ -117,13 +111,15 @@ struct EngineRun {
   int analyse = 0, solve = 0;
 };
 
-inline EngineRun runEngine(const KktCase &k, LinEngineKind kind, const LinSettings &s,
-                    const std::vector<double> &b) {
+// Analyses, factors and solves K x = b; `analysed` sees the system between
+// the analysis and the factorization.
+inline EngineRun runEngine(const KktCase &k, LinEngineKind kind, const LinSettings &s, const std::vector<double> &b,
+                           const std::function<void(LinSystem &)> &analysed = nullptr) {
   EngineRun r;
   LinSystem sys;
-  r.analyse = linAnalyze(sys, kind, s, k.n, static_cast<nnzint>(k.row.size()), k.row.data(),
-                         k.col.data());
+  r.analyse = linAnalyze(sys, kind, s, k.n, static_cast<nnzint>(k.row.size()), k.row.data(), k.col.data());
   if (r.analyse != LIN_OK) return r;
+  if (analysed) analysed(sys);
   r.info = linFactor(sys, k.val.data());
   r.x = b;
   r.solve = linSolve(sys, r.x.data());

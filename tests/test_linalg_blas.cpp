@@ -71,18 +71,15 @@ TEST(BlasTable, LocalKernelsAgreeWithSystemBlas) {
     COMPARE(64, 10, cdger(c, order, m, n, -0.6, x.data(), 1, x.data() + 5, 2, out.data(), ld));
   }
   // Level 1 with strides, including the reductions.
+  COMPARE(16, 11, cdaxpy(c, 8, 2.0, x.data(), 2, out.data(), 2));
+  COMPARE(16, 12, cdswap(c, 4, out.data(), 1, out.data() + 4, 3));
+  COMPARE(16, 13, cdscal(c, 8, 0.5, out.data(), 2));
+  COMPARE(16, 14, cdcopy(c, 5, x.data(), 3, out.data(), 2));
   for (MXL_context *c : {local.ctx, system.ctx}) {
     EXPECT_NEAR(cddot(c, 5, x.data(), 2, x.data() + 1, 3), cddot(local.ctx, 5, x.data(), 2, x.data() + 1, 3), 1e-14);
     EXPECT_NEAR(cdnrm2(c, 7, x.data(), 2), std::sqrt(cddot(nullptr, 7, x.data(), 2, x.data(), 2)), 1e-14);
     EXPECT_NEAR(cdasum(c, 16, x.data(), 1), cdasum(nullptr, 16, x.data(), 1), 1e-14);
     EXPECT_EQ(cidamax(c, 16, x.data(), 1), cidamax(nullptr, 16, x.data(), 1));
-    std::vector<double> y(16, 1.0), z(16, 2.0);
-    cdaxpy(c, 8, 2.0, x.data(), 2, y.data(), 1);
-    cdswap(c, 4, y.data(), 1, z.data(), 4);
-    cdscal(c, 16, 0.5, z.data(), 1);
-    EXPECT_DOUBLE_EQ(z[4], 0.5 * (1.0 + 2.0 * x[2]));
-    EXPECT_DOUBLE_EQ(z[1], 1.0);
-    EXPECT_DOUBLE_EQ(y[1], 2.0);
   }
   // Length 0 leaves the pointers alone.
   cdcopy(system.ctx, 0, nullptr, 1, nullptr, 1);

@@ -27,23 +27,17 @@ std::vector<double> randomMatrix(std::mt19937 &rng, int rows, int cols, bool dep
 }
 
 // y = M x (trans false) or M^T x.
-std::vector<double> apply(const std::vector<double> &m, int rows, int cols,
-                          const std::vector<double> &x, bool trans) {
+std::vector<double> apply(const std::vector<double> &m, int rows, int cols, const std::vector<double> &x, bool trans) {
   std::vector<double> y(static_cast<size_t>(trans ? cols : rows), 0.0);
   for (int j = 0; j < cols; ++j)
-    for (int i = 0; i < rows; ++i) {
-      const double a = m[i + static_cast<size_t>(j) * rows];
-      if (trans)
-        y[j] += a * x[i];
-      else
-        y[i] += a * x[j];
-    }
+    for (int i = 0; i < rows; ++i) (trans ? y[j] : y[i]) += m[i + static_cast<size_t>(j) * rows] * x[trans ? i : j];
   return y;
 }
 
-double maxAbs(const std::vector<double> &v) {
+// max |v - w|, w zero when empty.
+double maxAbs(const std::vector<double> &v, const std::vector<double> &w = {}) {
   double r = 0.0;
-  for (double x : v) r = std::max(r, std::fabs(x));
+  for (size_t i = 0; i < v.size(); ++i) r = std::max(r, std::fabs(v[i] - (w.empty() ? 0.0 : w[i])));
   return r;
 }
 
@@ -73,28 +67,25 @@ TEST(DenseQR, SolvesOnFullAndDeficientRank) {
 
     // Least squares: the residual is orthogonal to the columns.
     ASSERT_EQ(QRleastSquaresSolve(cc.ctx, qr, b.data(), x.data()), 0);
-    std::vector<double> r = apply(M, rows, cols, x, false);
+    std::vector<double> fit = apply(M, rows, cols, x, false), r = fit;
     for (int i = 0; i < rows; ++i) r[i] -= b[i];
     EXPECT_LT(maxAbs(apply(M, rows, cols, r, true)), dependent ? 1e-10 : 1e-12);
     if (dependent) continue;
 
     // Minimum norm: M^T z = c and z in range(M) (its projection vanishes).
     ASSERT_EQ(QRminNormSolve(nullptr, qr, c.data(), z.data()), 0);
-    std::vector<double> mz = apply(M, rows, cols, z, true);
-    for (int j = 0; j < cols; ++j) EXPECT_NEAR(mz[j], c[j], 1e-12);
+    EXPECT_LT(maxAbs(apply(M, rows, cols, z, true), c), 1e-12);
     ASSERT_EQ(QRprojection(nullptr, qr, z.data(), p.data()), 0);
     EXPECT_LT(maxAbs(p), 1e-12);
 
     // Projection of b: M^T p = 0 and b - p is the least-squares fit M x.
     ASSERT_EQ(QRprojection(nullptr, qr, b.data(), p.data()), 0);
     EXPECT_LT(maxAbs(apply(M, rows, cols, p, true)), 1e-12);
-    std::vector<double> fit = apply(M, rows, cols, x, false);
     for (int i = 0; i < rows; ++i) EXPECT_NEAR(b[i] - p[i], fit[i], 1e-12);
 
     // Normal equations: M^T M x = c.
     ASSERT_EQ(QRATASolve(nullptr, qr, c.data(), x.data()), 0);
-    std::vector<double> ata = apply(M, rows, cols, apply(M, rows, cols, x, false), true);
-    for (int j = 0; j < cols; ++j) EXPECT_NEAR(ata[j], c[j], 1e-10);
+    EXPECT_LT(maxAbs(apply(M, rows, cols, apply(M, rows, cols, x, false), true), c), 1e-10);
   }
   CaptureContext cc;
   QRfactorObj fresh;
@@ -167,8 +158,6 @@ TEST(LinEngines, RandomKktMatchEigenDecomposition) {
       EXPECT_LE(r.residual, 1e-12 * r.bnorm);
     }
   }
-  RecordProperty("singular", singular);
-  RecordProperty("attempts", attempts);
   EXPECT_EQ(accepted, 200);
   EXPECT_GE(singular, 20);
   EXPECT_LE(singular, 180);
@@ -176,43 +165,42 @@ TEST(LinEngines, RandomKktMatchEigenDecomposition) {
 
 namespace {
 
-struct Factored {
+struct Ordered {
+  EngineRun run;
   std::vector<int> pivots, handed;  // the engine's pivot order, the permutation handed to it
-  int code = -1, negEig = -1;      // the engine's ordering code
-  std::vector<double> x;
+  int code = -1;                    // the engine's ordering code
 };
 
-// Analyses, factors and solves K x = b with the sparse engine.
-Factored factorAndSolve(const KktCase &k, const LinSettings &s, const std::vector<double> &b) {
-  Factored f;
-  LinSystem sys;
-  EXPECT_EQ(linAnalyze(sys, LIN_ENGINE_MUMPS, s, k.n, static_cast<nnzint>(k.row.size()), k.row.data(), k.col.data()),
-            LIN_OK);
-  f.pivots = mumpsPivotOrder(sys);
-  f.code = mumpsOrderingCode(sys);
-  if (sys.lastOrdering == LIN_ORDER_METIS) f.handed = sys.userOrder;
-  const LinFactorInfo info = linFactor(sys, k.val.data());
-  EXPECT_EQ(info.status, LIN_OK);
-  f.negEig = info.negEig;
-  f.x = b;
-  EXPECT_EQ(linSolve(sys, f.x.data()), LIN_OK);
-  return f;
+Ordered solveWithOrdering(const KktCase &k, int ordering, const std::vector<double> &b) {
+  Ordered o;
+  LinSettings s;
+  s.ordering = ordering;
+  o.run = runEngine(k, LIN_ENGINE_MUMPS, s, b, [&](LinSystem &sys) {
+    o.pivots = mumpsPivotOrder(sys);
+    o.code = mumpsOrderingCode(sys);
+    if (sys.lastOrdering == LIN_ORDER_METIS) o.handed = sys.userOrder;
+  });
+  EXPECT_EQ(o.run.analyse, LIN_OK);
+  EXPECT_EQ(o.run.info.status, LIN_OK);
+  EXPECT_EQ(o.run.solve, LIN_OK);
+  return o;
 }
 
 }  // namespace
 
 // The orderings change the elimination order but not the solution, and the
-// METIS ordering reaches the engine as computed.
-TEST(LinEngines, OrderingsAgreeAndMetisIsUsed) {
+// METIS ordering reaches the engine as computed. Above 10000 rows the
+// automatic ordering is our METIS permutation, so that two factorizations of
+// one matrix pivot alike and give the same bits (the engine's own choice
+// seeds its orderings at random).
+TEST(LinEngines, OrderingsAgreeMetisIsUsedAndLargeSystemsRepeat) {
   const KktCase k = kktGrid(20, 7);
   std::mt19937 rng(7);
   const std::vector<double> b = randomRhs(rng, k.n);
-  std::vector<Factored> f;
+  std::vector<Ordered> f;
   for (int ord : {LIN_ORDER_AMD, LIN_ORDER_METIS, LIN_ORDER_AUTO, LIN_ORDER_BEST}) {
-    LinSettings s;
-    s.ordering = ord;
-    f.push_back(factorAndSolve(k, s, b));
-    EXPECT_EQ(f.back().negEig, 7);
+    f.push_back(solveWithOrdering(k, ord, b));
+    EXPECT_EQ(f.back().run.info.negEig, 7);
   }
   // The engine was handed the permutation METIS computes, reports that it
   // applied the permutation handed over, and its pivot order differs from
@@ -224,20 +212,15 @@ TEST(LinEngines, OrderingsAgreeAndMetisIsUsed) {
   EXPECT_NE(f[1].pivots, f[0].pivots);
   EXPECT_NE(f[1].pivots, f[2].pivots);
   for (size_t o = 1; o < f.size(); ++o)
-    for (int i = 0; i < k.n; ++i) EXPECT_NEAR(f[o].x[i], f[0].x[i], 1e-10);
-}
+    for (int i = 0; i < k.n; ++i) EXPECT_NEAR(f[o].run.x[i], f[0].run.x[i], 1e-10);
 
-// Above 10000 rows the automatic ordering is our METIS permutation, so that
-// two factorizations of one matrix pivot alike and give the same bits (the
-// engine's own choice seeds its orderings at random).
-TEST(LinEngines, AutomaticOrderingRepeatsOnLargeSystems) {
-  const KktCase k = kktGrid(101, 20, false);
-  std::mt19937 rng(3);
-  const std::vector<double> b = randomRhs(rng, k.n);
-  const Factored first = factorAndSolve(k, LinSettings(), b), second = factorAndSolve(k, LinSettings(), b);
+  const KktCase large = kktGrid(101, 20, false);
+  const std::vector<double> bl = randomRhs(rng, large.n);
+  const Ordered first = solveWithOrdering(large, LIN_ORDER_AUTO, bl);
+  const Ordered second = solveWithOrdering(large, LIN_ORDER_AUTO, bl);
   EXPECT_EQ(first.code, 1);
   EXPECT_EQ(first.pivots, second.pivots);
-  EXPECT_EQ(first.x, second.x);
+  EXPECT_EQ(first.run.x, second.run.x);
 }
 
 // Factors and solves run the BLAS on one thread, whatever the program's

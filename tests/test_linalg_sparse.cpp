@@ -22,19 +22,14 @@ struct Coo {
 
 // Random coordinate matrix, unsorted, with some duplicate entries.
 Coo randomCoo(std::mt19937 &rng, int rows, int cols, int nnz) {
-  Coo a;
-  a.rows = rows;
-  a.cols = cols;
-  a.dense.assign(static_cast<size_t>(rows) * cols, 0.0);
+  Coo a{rows, cols, {}, {}, {}, std::vector<double>(static_cast<size_t>(rows) * cols, 0.0)};
   std::uniform_int_distribution<int> ri(0, rows - 1), ci(0, cols - 1);
   std::uniform_real_distribution<double> u(-1.0, 1.0);
   for (int k = 0; k < nnz; ++k) {
-    const int i = ri(rng), j = ci(rng);
-    const double v = u(rng);
-    a.row.push_back(i);
-    a.col.push_back(j);
-    a.val.push_back(v);
-    a.dense[static_cast<size_t>(i) * cols + j] += v;
+    a.row.push_back(ri(rng));
+    a.col.push_back(ci(rng));
+    a.val.push_back(u(rng));
+    a.dense[static_cast<size_t>(a.row.back()) * cols + a.col.back()] += a.val.back();
   }
   return a;
 }
@@ -55,9 +50,11 @@ struct Compressed {
   }
 };
 
-void expectNear(const std::vector<double> &a, const std::vector<double> &b) {
+// a = scale * b + plus, entry by entry.
+void expectNear(const std::vector<double> &a, const std::vector<double> &b, double scale = 1.0,
+                const std::vector<double> &plus = {}) {
   ASSERT_EQ(a.size(), b.size());
-  for (size_t i = 0; i < a.size(); ++i) EXPECT_NEAR(a[i], b[i], 1e-13) << i;
+  for (size_t i = 0; i < a.size(); ++i) EXPECT_NEAR(a[i], scale * b[i] + (plus.empty() ? 0.0 : plus[i]), 1e-13) << i;
 }
 
 }  // namespace
@@ -127,7 +124,7 @@ TEST(SparseOps, SymmetricTriangleProductsAndViews) {
   multiplyHv(nullptr, k.n, nnz, k.row.data(), k.col.data(), k.val.data(), v.data(), y.data());
   expectNear(y, ref);
   multiplyHvAdd(nullptr, k.n, nnz, k.row.data(), k.col.data(), k.val.data(), v.data(), y.data());
-  for (int i = 0; i < k.n; ++i) EXPECT_NEAR(y[i], 2 * ref[i], 1e-13);
+  expectNear(y, ref, 2.0);
 
   // The upper triangle view gives the same product through compressed rows.
   std::vector<int> ur = k.row, uc = k.col;
@@ -160,7 +157,7 @@ TEST(SparseOps, SymmetricTriangleProductsAndViews) {
   EXPECT_LE(static_cast<size_t>(nsum), static_cast<size_t>(nnz));
   multiplyHv(nullptr, k.n, static_cast<nnzint>(sv2.size()), sum2.row.data(), sum2.col.data(),
              sv2.data(), v.data(), y.data());
-  for (int i = 0; i < k.n; ++i) EXPECT_NEAR(y[i], 2 * ref[i] + v[i], 1e-13);
+  expectNear(y, ref, 2.0, v);
 }
 
 namespace {

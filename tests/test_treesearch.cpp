@@ -1,8 +1,6 @@
 // The task engine's scheduling rules, failure paths and building blocks.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -15,14 +13,7 @@
 namespace {
 
 using namespace tstest;
-using treesearch::AbstractNode;
-using treesearch::AbstractTimeStampData;
-using treesearch::DfsLocalNodeManager;
-using treesearch::SolutionPool;
-
-std::string temp_prefix(char const* name) {
-  return ::testing::TempDir() + name + "_" + std::to_string(::getpid());
-}
+using namespace treesearch;
 
 std::vector<std::string> tasks_in_start_order(std::vector<ChartRow> const& rows) {
   std::vector<std::string> ids;
@@ -30,14 +21,8 @@ std::vector<std::string> tasks_in_start_order(std::vector<ChartRow> const& rows)
   return ids;
 }
 
-TEST(TreeSearchEngine, RunWithoutTasksEndsAtOnce) {
-  ScriptMachine m(params(4, 4));
-  EXPECT_EQ(m.run(), 0);
-  EXPECT_THROW(m.run(), std::logic_error);
-}
-
 TEST(TreeSearchEngine, OneThreadRunsOneTaskPerStampInPriorityOrder) {
-  std::string prefix = temp_prefix("one_thread");
+  std::string prefix = chart_prefix("one_thread");
   ScriptMachine m(params(1, 5, prefix));
   m.quiet = false;
   // Smaller priority vectors first; equal ones by the order of addition.
@@ -47,7 +32,7 @@ TEST(TreeSearchEngine, OneThreadRunsOneTaskPerStampInPriorityOrder) {
     }));
   }
   ASSERT_EQ(m.run(), 0);
-  auto rows = read_chart(prefix, false);
+  auto rows = read_chart(prefix);
   EXPECT_EQ(tasks_in_start_order(rows), (std::vector<std::string>{"3", "4", "2", "1", "0"}));
   for (std::size_t i = 0; i < rows.size(); ++i) {
     EXPECT_EQ(rows[i].stamp, static_cast<long>(i));
@@ -56,11 +41,10 @@ TEST(TreeSearchEngine, OneThreadRunsOneTaskPerStampInPriorityOrder) {
   // The report at the change to stamp 1 counts the tasks where they are.
   EXPECT_NE(m.output().find(".\nTasks - Not yet: 0; Task manager: 3; Current: 1; Running: 0; Finished: 1.\n"),
             std::string::npos);
-  read_chart(prefix);  // removes the files
 }
 
 TEST(TreeSearchEngine, EqualPrioritiesFollowThePlaceInTheTreeNotTheArrival) {
-  std::string prefix = temp_prefix("tree_order");
+  std::string prefix = chart_prefix("tree_order");
   ScriptMachine m(params(2, 2, prefix));
   std::atomic<bool> second_done{false};
   m.add_task(nullptr, std::make_unique<ScriptTask>(m, std::vector<double>{}, 1, [&](ScriptTask& root) {
@@ -87,7 +71,7 @@ TEST(TreeSearchEngine, EqualPrioritiesFollowThePlaceInTheTreeNotTheArrival) {
 }
 
 TEST(TreeSearchEngine, PredecessorsAndRetargetingShapeTheStamps) {
-  std::string prefix = temp_prefix("shape");
+  std::string prefix = chart_prefix("shape");
   {
     // The successor waits for the predecessor's final target (stamp 1 + 3).
     ScriptMachine m(params(2, 2, prefix));
@@ -195,6 +179,10 @@ TEST(TreeSearchEngine, ClientMisuseIsReportedAsAnInternalError) {
   ScriptTask stranger(m, {}, 1, nullptr);
   EXPECT_THROW(m.add_task(&stranger, std::make_unique<ScriptTask>(m, std::vector<double>{}, 1, nullptr)),
                std::invalid_argument);
+  // Without tasks a run ends at once; a machine runs once.
+  ScriptMachine idle(params(4, 4));
+  EXPECT_EQ(idle.run(), 0);
+  EXPECT_THROW(idle.run(), std::logic_error);
   // A chart file that cannot be opened fails the run.
   ScriptMachine bad(params(1, 1, "/nonexistent-dir/chart"));
   bad.add_task(nullptr, std::make_unique<ScriptTask>(bad, std::vector<double>{}, 1, nullptr));

@@ -4,26 +4,19 @@
 // on how long the tasks really take.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <random>
 #include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "treesearch_script.h"
 
 namespace {
 
-using treesearch::AbstractMachineGlobalData;
-using treesearch::AbstractSolution;
-using treesearch::AbstractTimeStampData;
-using treesearch::DfsLocalNodeManager;
+using namespace treesearch;
 
 struct Instance {
   // Items sorted by decreasing value per weight.
@@ -69,10 +62,17 @@ class Solution : public AbstractSolution {
   std::vector<char> x;
 };
 
-struct Node : treesearch::AbstractNode {
-  std::vector<signed char> fixed;  // -1 free, 0 out, 1 in
-  double bound = 0.0;
+struct Node : AbstractNode {
+  Node(std::shared_ptr<Node> const& f, long child, long later, std::vector<signed char> x, double b)
+      : fixed(std::move(x)), bound(b) {
+    depth = f ? f->depth + 1 : 0;
+    father = f;
+    child_index = child;
+    later_siblings = later;
+  }
   double get_priority() const override { return bound; }
+  std::vector<signed char> fixed;  // -1 free, 0 out, 1 in
+  double bound;
 };
 
 // LP bound of a node, its critical item and the greedy completion.
@@ -83,29 +83,25 @@ struct Evaluation {
   std::vector<char> greedy_x;
 };
 
-Evaluation evaluate(Instance const& inst, Node const& node) {
+Evaluation evaluate(Instance const& inst, std::vector<signed char> const& fixed) {
   Evaluation e;
   long room = inst.capacity;
-  const std::size_t n = inst.weight.size();
-  e.greedy_x.assign(n, 0);
-  for (std::size_t i = 0; i < n; ++i)
-    if (node.fixed[i] == 1) {
-      room -= inst.weight[i];
-      e.greedy_value += inst.value[i];
-      e.greedy_x[i] = 1;
-    }
-  if (room < 0) {
-    e.feasible = false;
-    return e;
-  }
+  e.greedy_x.assign(fixed.size(), 0);
+  auto take = [&](std::size_t i) {
+    room -= inst.weight[i];
+    e.greedy_value += inst.value[i];
+    e.greedy_x[i] = 1;
+  };
+  for (std::size_t i = 0; i < fixed.size(); ++i)
+    if (fixed[i] == 1) take(i);
+  e.feasible = room >= 0;
+  if (!e.feasible) return e;
   e.bound = static_cast<double>(e.greedy_value);
-  for (std::size_t i = 0; i < n; ++i) {
-    if (node.fixed[i] != -1) continue;
+  for (std::size_t i = 0; i < fixed.size(); ++i) {
+    if (fixed[i] != -1) continue;
     if (inst.weight[i] <= room) {
-      room -= inst.weight[i];
-      e.greedy_value += inst.value[i];
-      e.greedy_x[i] = 1;
       if (e.critical < 0) e.bound += static_cast<double>(inst.value[i]);
+      take(i);
     } else if (e.critical < 0) {
       e.critical = static_cast<long>(i);
       e.bound += static_cast<double>(inst.value[i]) * static_cast<double>(room) / static_cast<double>(inst.weight[i]);
@@ -114,10 +110,11 @@ Evaluation evaluate(Instance const& inst, Node const& node) {
   return e;
 }
 
+constexpr long kNodesPerTask = 6;
+
 struct Settings {
   int delay_us = 0;              // upper bound of the random delay per task
   bool order_dependent = false;  // reads a live incumbent: deliberately wrong
-  long nodes_per_task = 6;
 };
 
 struct TimeStampData : AbstractTimeStampData {
@@ -150,13 +147,13 @@ void random_delay(int max_us) {
   std::this_thread::sleep_for(std::chrono::microseconds(rng() % static_cast<unsigned>(max_us)));
 }
 
-class KnapsackTask : public virtual treesearch::AbstractTask {
+class KnapsackTask : public virtual AbstractTask {
  public:
   KnapsackTask(Machine& m, std::shared_ptr<Node> node) : AbstractTask(m), machine_(m), root_(std::move(node)) {}
 
   std::vector<double> get_priority() const override { return {-root_->bound}; }
   long get_targeted_time_stamp() override { return root_->depth % 3 == 2 ? 2 : 1; }
-  std::string get_extra_info(treesearch::TaskDynamicData const&) const override {
+  std::string get_extra_info(TaskDynamicData const&) const override {
     return "processed=" + std::to_string(processed_) + " incumbent=" + std::to_string(incumbent_);
   }
 
@@ -167,14 +164,14 @@ class KnapsackTask : public virtual treesearch::AbstractTask {
     incumbent_ = best ? best->value : 0;
     if (machine_.settings.order_dependent) incumbent_ = std::max(incumbent_, machine_.live_best.load());
     DfsLocalNodeManager::Parameters limits;
-    limits.max_popped_nodes = machine_.settings.nodes_per_task;
+    limits.max_popped_nodes = kNodesPerTask;
     DfsLocalNodeManager nodes(root_, limits);
     nodes.add_node(root_);
     bool retargeted = false;
     while (!nodes.stop()) {
       process(nodes, std::static_pointer_cast<Node>(nodes.pop_best_node()));
       // Keeping the thread through one more stamp is decided by counted work.
-      if (!retargeted && processed_ == machine_.settings.nodes_per_task / 2) {
+      if (!retargeted && processed_ == kNodesPerTask / 2) {
         retargeted = true;
         machine_.change_targeted_time_stamp(*this, 1);
       }
@@ -193,7 +190,7 @@ class KnapsackTask : public virtual treesearch::AbstractTask {
  private:
   void process(DfsLocalNodeManager& nodes, std::shared_ptr<Node> const& node) {
     ++processed_;
-    const Evaluation e = evaluate(machine_.instance, *node);
+    const Evaluation e = evaluate(machine_.instance, node->fixed);
     if (!e.feasible || std::floor(e.bound + 1e-9) <= static_cast<double>(incumbent_)) {
       ++pruned_;
       return;
@@ -208,18 +205,12 @@ class KnapsackTask : public virtual treesearch::AbstractTask {
     }
     if (e.critical < 0) return;
     for (int take = 1; take >= 0; --take) {
-      auto child = std::make_shared<Node>();
-      child->father = node;
-      child->depth = node->depth + 1;
-      child->child_index = 1 - take;
-      child->later_siblings = take;
-      child->fixed = node->fixed;
-      child->fixed[static_cast<std::size_t>(e.critical)] = static_cast<signed char>(take);
-      const Evaluation ce = evaluate(machine_.instance, *child);
+      std::vector<signed char> fixed = node->fixed;
+      fixed[static_cast<std::size_t>(e.critical)] = static_cast<signed char>(take);
+      const Evaluation ce = evaluate(machine_.instance, fixed);
       if (!ce.feasible) continue;
-      child->bound = ce.bound;
       ++created_;
-      nodes.add_node(child);
+      nodes.add_node(std::make_shared<Node>(node, 1 - take, take, std::move(fixed), ce.bound));
     }
   }
 
@@ -230,22 +221,19 @@ class KnapsackTask : public virtual treesearch::AbstractTask {
 };
 
 struct Outcome {
-  int status = -1;
   long best = -1, tasks = 0;
   std::string result;    // value, chosen items and counters of the last stamp
   std::string schedule;  // task chart without its time and thread columns, in start order
 };
 
 Outcome solve(Instance const& inst, long threads, Settings const& s, bool chart) {
-  std::string prefix;
-  if (chart) prefix = ::testing::TempDir() + "knapsack_" + std::to_string(::getpid()) + "_" + std::to_string(threads);
+  const std::string prefix = chart ? tstest::chart_prefix("knapsack_" + std::to_string(threads)) : "";
   Machine m(tstest::params(threads, threads, prefix), inst, s);
-  auto root = std::make_shared<Node>();
-  root->fixed.assign(inst.weight.size(), -1);
-  root->bound = evaluate(inst, *root).bound;
-  m.add_task(nullptr, std::make_unique<KnapsackTask>(m, root));
+  std::vector<signed char> unfixed(inst.weight.size(), -1);
+  const double bound = evaluate(inst, unfixed).bound;
+  m.add_task(nullptr, std::make_unique<KnapsackTask>(m, std::make_shared<Node>(nullptr, 0, 0, unfixed, bound)));
   Outcome o;
-  o.status = m.run();
+  EXPECT_EQ(m.run(), 0);
   auto& last = static_cast<TimeStampData&>(m.get_current_time_stamp_data());
   auto best = std::static_pointer_cast<Solution>(last.solution_pool->get_best_solution());
   o.best = best ? best->value : -1;
@@ -274,7 +262,6 @@ TEST(TreeSearchKnapsack, ReachesTheOptimumWithAnyThreadCount) {
     const long optimum = inst.dp_optimum();
     for (long threads : {1L, 2L, 4L, 8L}) {
       Outcome o = solve(inst, threads, Settings(), false);
-      EXPECT_EQ(o.status, 0);
       EXPECT_EQ(o.best, optimum) << threads << " threads, correlated " << correlated;
       EXPECT_GT(o.tasks, 1);
     }

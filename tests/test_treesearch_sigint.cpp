@@ -52,74 +52,68 @@ int wait_child(pid_t pid) {
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-struct Child {
-  std::atomic<bool> ready_sent{false};
-  std::atomic<long> best{-1};
-  int ready_fd = -1;
-  bool ignore_interrupt = false;
-};
-
-// Publishes a solution per task and grows the tree until the run must end.
-// Once a solution has been published it tells the parent; with
-// `ignore_interrupt` that task then keeps running after the first signal.
-ScriptTask::Body interruptible(Child* child) {
-  return [child](ScriptTask& t) {
-    long depth = t.get_node()->depth;
-    auto solution = std::make_shared<IntSolution>(depth);
-    t.machine.update_next_targeted_time_stamp_data(
-        t, [&](AbstractTimeStampData& d) { d.solution_pool->add(solution); });
-    long seen = child->best.load();
-    while (seen < depth && !child->best.compare_exchange_weak(seen, depth)) {}
-    if (depth >= 3 && !child->ready_sent.exchange(true)) {
-      if (::write(child->ready_fd, "r", 1) != 1) ::_exit(4);
-      if (child->ignore_interrupt) {
-        while (!t.machine.terminated_by_sigint()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        if (::write(child->ready_fd, "s", 1) != 1) ::_exit(4);
-        std::this_thread::sleep_for(std::chrono::milliseconds(kTimeoutMs));
-        ::_exit(3);
-      }
-    }
-    std::this_thread::sleep_for(std::chrono::microseconds(500));
-    if (t.machine.needs_to_end()) return;
-    t.spawn({}, 1, interruptible(child));
-    t.spawn({}, 1, interruptible(child));
-  };
-}
-
-// Runs the machine in the child; reports "<code> <best kept>" on `result_fd`.
-[[noreturn]] void run_child(int ready_fd, int result_fd, bool ignore_interrupt) {
-  Child child;
-  child.ready_fd = ready_fd;
-  child.ignore_interrupt = ignore_interrupt;
-  auto p = params(2, 2);
-  p.time_limit = kTimeoutMs / 1000.0;
-  ScriptMachine m(p);
-  m.add_task(nullptr, std::make_unique<ScriptTask>(m, std::vector<double>{}, 1, interruptible(&child)));
-  int rc = m.run();
-  int code = rc != 0 ? MX_RC_INTERNAL_ERROR : m.terminated_by_sigint() ? MX_RC_USER_TERMINATION : 0;
-  auto best = m.get_current_time_stamp_data().solution_pool->get_best_solution();
-  bool kept = best && static_cast<IntSolution&>(*best).value == child.best.load();
-  std::string report = std::to_string(code) + (kept ? " kept" : " lost");
-  if (::write(result_fd, report.data(), report.size()) < 0) ::_exit(4);
-  ::_exit(0);
-}
-
 // Forks a child that runs the machine: its ready and result pipes are kept
-// for reading and, with `capture`, its standard output.
+// for reading and, with `capture`, its standard output. Each task publishes
+// a solution and grows the tree until the run must end; once a solution is
+// published the child sends 'r', and with `ignore_interrupt` that task then
+// keeps running after the first signal (after sending 's'). At the end the
+// child reports "<code> kept|lost" (whether the best solution survived).
 struct ChildProcess {
   int ready[2], result[2], out[2];
   pid_t pid = -1;
-  ChildProcess(bool ignore_interrupt, bool capture) {
+  bool ignore_interrupt;
+  std::atomic<bool> ready_sent{false};
+  std::atomic<long> best{-1};
+
+  ChildProcess(bool ignore, bool capture) : ignore_interrupt(ignore) {
     if (::pipe(ready) != 0 || ::pipe(result) != 0 || ::pipe(out) != 0) std::abort();
     std::fflush(nullptr);
     pid = ::fork();
     if (pid == 0) {
       if (capture) ::dup2(out[1], STDOUT_FILENO);
-      run_child(ready[1], result[1], ignore_interrupt);
+      run();
     }
     ::close(ready[1]);
     ::close(result[1]);
     ::close(out[1]);
+  }
+
+  ScriptTask::Body task() {
+    return [this](ScriptTask& t) {
+      long depth = t.get_node()->depth;
+      auto solution = std::make_shared<IntSolution>(depth);
+      t.machine.update_next_targeted_time_stamp_data(
+          t, [&](AbstractTimeStampData& d) { d.solution_pool->add(solution); });
+      long seen = best.load();
+      while (seen < depth && !best.compare_exchange_weak(seen, depth)) {}
+      if (depth >= 3 && !ready_sent.exchange(true)) {
+        if (::write(ready[1], "r", 1) != 1) ::_exit(4);
+        if (ignore_interrupt) {
+          while (!t.machine.terminated_by_sigint()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+          if (::write(ready[1], "s", 1) != 1) ::_exit(4);
+          std::this_thread::sleep_for(std::chrono::milliseconds(kTimeoutMs));
+          ::_exit(3);
+        }
+      }
+      std::this_thread::sleep_for(std::chrono::microseconds(500));
+      if (t.machine.needs_to_end()) return;
+      t.spawn({}, 1, task());
+      t.spawn({}, 1, task());
+    };
+  }
+
+  [[noreturn]] void run() {
+    auto p = params(2, 2);
+    p.time_limit = kTimeoutMs / 1000.0;
+    ScriptMachine m(p);
+    m.add_task(nullptr, std::make_unique<ScriptTask>(m, std::vector<double>{}, 1, task()));
+    int rc = m.run();
+    int code = rc != 0 ? MX_RC_INTERNAL_ERROR : m.terminated_by_sigint() ? MX_RC_USER_TERMINATION : 0;
+    auto kept = m.get_current_time_stamp_data().solution_pool->get_best_solution();
+    const bool same = kept && static_cast<IntSolution&>(*kept).value == best;
+    std::string report = std::to_string(code) + (same ? " kept" : " lost");
+    if (::write(result[1], report.data(), report.size()) < 0) ::_exit(4);
+    ::_exit(0);
   }
 };
 

@@ -2,6 +2,9 @@
 // lambda, and the machine keeps what the engine prints.
 #pragma once
 
+#include <gtest/gtest.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -33,29 +36,26 @@ class ScriptMachine : public AbstractMachineGlobalData {
  public:
   using AbstractMachineGlobalData::AbstractMachineGlobalData;
   bool quiet = true;  // skip the base stamp-change report
-  std::string output() {
-    std::lock_guard<std::mutex> lock(text_mutex_);
-    return output_;
-  }
-  std::string errors() {
-    std::lock_guard<std::mutex> lock(text_mutex_);
-    return errors_;
-  }
+  std::string output() { return read(output_); }
+  std::string errors() { return read(errors_); }
 
  protected:
   void time_stamp_change_callback() override {
     if (!quiet) AbstractMachineGlobalData::time_stamp_change_callback();
   }
-  void print(std::string const& text) override {
-    std::lock_guard<std::mutex> lock(text_mutex_);
-    output_ += text;
-  }
-  void print_error(std::string const& text) override {
-    std::lock_guard<std::mutex> lock(text_mutex_);
-    errors_ += text;
-  }
+  void print(std::string const& text) override { append(output_, text); }
+  void print_error(std::string const& text) override { append(errors_, text); }
 
  private:
+  // Worker threads print while the test may read.
+  std::string read(std::string const& text) {
+    std::lock_guard<std::mutex> lock(text_mutex_);
+    return text;
+  }
+  void append(std::string& text, std::string const& more) {
+    std::lock_guard<std::mutex> lock(text_mutex_);
+    text += more;
+  }
   std::mutex text_mutex_;
   std::string output_, errors_;
 };
@@ -102,9 +102,13 @@ struct ChartRow {
   std::string node, father, extra;
 };
 
-// Reads the task chart written under `prefix`, and with `remove` deletes
-// both chart files.
-inline std::vector<ChartRow> read_chart(std::string const& prefix, bool remove = true) {
+// A chart prefix in the test's temporary directory, unique per process.
+inline std::string chart_prefix(std::string const& name) {
+  return ::testing::TempDir() + name + "_" + std::to_string(::getpid());
+}
+
+// Reads the task chart written under `prefix` and deletes both chart files.
+inline std::vector<ChartRow> read_chart(std::string const& prefix) {
   std::ifstream in(prefix + "_tasks.csv");
   std::string line;
   std::getline(in, line);
@@ -117,10 +121,8 @@ inline std::vector<ChartRow> read_chart(std::string const& prefix, bool remove =
     c.resize(10);
     rows.push_back({c[0], std::stol(c[1]), std::stol(c[5]), std::stol(c[6]), c[7], c[8], c[9]});
   }
-  if (remove) {
-    std::remove((prefix + "_tasks.csv").c_str());
-    std::remove((prefix + "_time_stamp_changes.csv").c_str());
-  }
+  std::remove((prefix + "_tasks.csv").c_str());
+  std::remove((prefix + "_time_stamp_changes.csv").c_str());
   return rows;
 }
 
