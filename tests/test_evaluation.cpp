@@ -116,8 +116,14 @@ struct Mixed : EvalModel {
   }
 };
 
-TEST_F(Mixed, ValuesAndDerivativesMatchTheHandComputation) {
+// Values and derivatives match the hand computation; a child context
+// evaluates its own copy of the model, and the combined call gives the same
+// values and first derivatives as the separate ones.
+TEST_F(Mixed, ValuesDerivativesAndCopiesMatchTheHandComputation) {
   buildMixed();
+  MX_context_ptr child = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 1);
+  ASSERT_NE(child, nullptr);
+  ASSERT_EQ(mx_copy_problem(kc, child, 1, 0), 0);
   ASSERT_EQ(prepare(), 0) << out->text;
   EXPECT_EQ(kc->pat.jac.nnz, 9);
   EXPECT_EQ(kc->pat.hess.nnz, 6);
@@ -150,16 +156,7 @@ TEST_F(Mixed, ValuesAndDerivativesMatchTheHandComputation) {
     }
   }
   EXPECT_EQ(kc->eval.counters.numHVevals, 2);
-}
 
-// A child context evaluates its own copy of the model, and the combined
-// call gives the same values and first derivatives as the separate ones.
-TEST_F(Mixed, ChildCopyAndCombinedEvaluationAgree) {
-  buildMixed();
-  MX_context_ptr child = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 1);
-  ASSERT_NE(child, nullptr);
-  ASSERT_EQ(mx_copy_problem(kc, child, 1, 0), 0);
-  ASSERT_EQ(prepare(), 0);
   double obj0 = 0, c0[3];
   std::vector<double> g0(3), j0(kc->pat.jac.nnz);
   ASSERT_EQ(callbackForFCGA(kc, x, &obj0, c0, g0.data(), j0.data()), 0);
@@ -173,6 +170,7 @@ TEST_F(Mixed, ChildCopyAndCombinedEvaluationAgree) {
   for (size_t k = 0; k < j0.size(); ++k) EXPECT_DOUBLE_EQ(j1[k], j0[k]) << k;
   // A callback without a gradient routine is served by the combined call.
   a->gradCallback = nullptr;
+  g1.assign(3, 0.0);
   ASSERT_EQ(callbackForGA(kc, x, g1.data(), j1.data()), 0);
   EXPECT_EQ(g1, g0);
   kc->model->callbacks.clear();  // the child must not depend on the parent's objects
@@ -222,7 +220,10 @@ struct Failures : EvalModel {
   }
 };
 
-TEST_F(Failures, StopThenFailureThenEvaluationError) {
+// Every callback runs; a stop outranks a failure, which outranks an
+// evaluation error. Non-finite values are evaluation errors, but the limit
+// on evaluations decides before the values are seen.
+TEST_F(Failures, FCReturnCodesNonFiniteValuesAndTheLimit) {
   const char *hard =
       "ERROR: User routine for func_callback returned -500.\n"
       "       Could not evaluate objective or constraints at the current point.\n";
@@ -252,27 +253,27 @@ TEST_F(Failures, StopThenFailureThenEvaluationError) {
   second.rc = 0;
   EXPECT_EQ(evalFC(), MX_RC_EVAL_ERR);
   EXPECT_EQ(out->take(), "WARNING: Evaluation error occurred in user routine for func_callback.\n");
-}
-
-TEST_F(Failures, NonFiniteValuesAndTheEvaluationLimit) {
+  first.rc = 0;
   second.value = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(evalFC(), MX_RC_EVAL_ERR);
   EXPECT_EQ(kc->eval.pointEvaluated, 0);
   second.value = 1.0;
   EXPECT_EQ(evalFC(), 0);
   EXPECT_EQ(kc->eval.pointEvaluated, 1);
-  // The evaluation limit decides before the values are seen.
-  kc->opt.maxfevals = 4;
+  const auto before = kc->eval.counters.numFCevals;
+  kc->opt.maxfevals = before + 2;
   EXPECT_EQ(evalFC(), 0);
   second.value = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(evalFC(), MX_RC_FEVAL_LIMIT_INFEAS);
   EXPECT_EQ(kc->returnCode, MX_RC_FEVAL_LIMIT_INFEAS);
   kc->eval.pointFeasible = 1;
   EXPECT_EQ(evalFC(), MX_RC_FEVAL_LIMIT_FEAS);
-  EXPECT_EQ(kc->eval.counters.numFCevals, 5);
+  EXPECT_EQ(kc->eval.counters.numFCevals, before + 3);
 }
 
-TEST_F(Failures, HessianPipelineStopsAtTheFirstFailure) {
+// The Hessian pipeline stops at its first failure; a user stop in a parent
+// stops its children.
+TEST_F(Failures, HessianFailureAndAParentsStop) {
   const double x[2] = {0, 0}, lambda[3] = {1, 0, 0};
   double hv[2];
   ASSERT_EQ(MX_set_cb_hess(kc, cb2, 0, nullptr, nullptr, scripted), 0);
@@ -284,15 +285,11 @@ TEST_F(Failures, HessianPipelineStopsAtTheFirstFailure) {
             "       Could not evaluate second derivatives at the current point.\n"
             "       No further progress can be made.\n");
   EXPECT_EQ(kc->returnCode, MX_RC_CALLBACK_ERR);
-}
-
-TEST_F(Failures, UserStopInAParentStopsItsChildren) {
   MX_context_ptr child = mx_new_puts_subproblem(kc, nullptr, nullptr, nullptr, 11);
   ASSERT_NE(child, nullptr);
   ASSERT_EQ(mx_copy_problem(kc, child, 1, 0), 0);
   first.rc = -504;
   EXPECT_EQ(evalFC(), MX_RC_USER_TERMINATION);
-  const double x[2] = {0, 0};
   double obj, c[1];
   first.calls = 0;
   EXPECT_EQ(callbackForFC(child, 1, x, &obj, c, nullptr, nullptr), MX_RC_USER_TERMINATION);
@@ -447,7 +444,7 @@ int linsolverReturns(MX_context_ptr, MX_linsys_request_ptr, MX_linsys_result_ptr
   return *static_cast<int *>(p);
 }
 
-TEST_F(EvalModel, NewPointHookEndsTheSolveOnANegativeReturn) {
+TEST_F(EvalModel, HooksEndTheSolveOrFallBack) {
   build(1, 0);
   int rc = 0;
   const double x[1] = {0}, lambda[1] = {0};
@@ -475,11 +472,8 @@ TEST_F(EvalModel, NewPointHookEndsTheSolveOnANegativeReturn) {
   EXPECT_EQ(child->hooks.newpt, &hookReturns);
   EXPECT_EQ(child->hooks.mipNode, nullptr);
   EXPECT_EQ(MX_free(&child), 0);
-}
-
-TEST_F(EvalModel, LinearSolverHookFallsBackOrFailsTheSolve) {
-  build(1, 0);
-  int rc = MX_RC_LINEAR_SOLVER_ERR;
+  // The linear solver hook falls back to ours or fails the solve.
+  rc = MX_RC_LINEAR_SOLVER_ERR;
   ASSERT_EQ(MX_set_linsolver_callback(kc, linsolverReturns, &rc), 0);
   MX_linsys_request req{};
   MX_linsys_result res{};

@@ -20,8 +20,35 @@ int noop(MX_context_ptr, MX_cb_context_ptr, MX_eval_request_ptr, MX_eval_result_
 
 using Model = EvalModel;
 
-TEST_F(Model, FatalErrorPoisonsEveryCheckedCallButFree) {
+// Bad handles are refused without touching the context; at debug level 2
+// every call announces itself, and while a solve runs a change of the record
+// behind the library's back is reported; a fatal error poisons every checked
+// call but free, quietly.
+TEST_F(Model, HandlesAndTheRecordAreCheckedAndAFatalErrorPoisons) {
   build(3, 2);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(MX_set_var_lobnd(nullptr, 0, 1.0), MX_RC_BAD_KCPTR);
+  kc->magic = 0;
+  EXPECT_EQ(MX_set_var_lobnds_all(kc, nullptr), MX_RC_BAD_KCPTR);
+  EXPECT_EQ(MX_get_var_lobnd(kc, 0, nullptr), MX_RC_BAD_KCPTR);
+  kc->magic = 0x4AEC329Au;
+  const std::string err = testing::internal::GetCapturedStderr();
+  EXPECT_NE(err.find("Fatal: MX_set_var_lobnds() passed NULL for morvex context pointer.\n"), std::string::npos);
+  EXPECT_NE(err.find("Fatal: MX_set_var_lobnds() passed morvex context pointer with bad magic number.\n"),
+            std::string::npos);
+  EXPECT_EQ(kc->fatalError, 0);
+  kc->opt.debug = 2;
+  int n = 0;
+  const std::string entered = "--- Debug: entered MX_get_number_vars, status=0\n";
+  kc->solveInProgress = 1;
+  kc->debugChecksum = computeDebugCheckSum(kc);
+  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
+  EXPECT_EQ(out->take(), entered);
+  kc->var.x[1] = 1234.0;  // an application writing through a stale pointer
+  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
+  EXPECT_EQ(out->take(), entered + "---   WARNING: MXL_context corrupted by application!\n");
+  kc->solveInProgress = 0;
+  kc->opt.debug = 0;
   const int idx[3] = {0, 1, 2};
   const double lo[3] = {1.0, 2.0, kNaN};
   EXPECT_EQ(MX_set_var_lobnds(kc, 3, idx, lo), MX_RC_BAD_VAR_BOUND);
@@ -38,26 +65,12 @@ TEST_F(Model, FatalErrorPoisonsEveryCheckedCallButFree) {
   EXPECT_EQ(out->take(), "");
 }
 
-TEST_F(Model, BadHandlesAreRefusedWithoutTouchingTheContext) {
-  build(1, 0);
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(MX_set_var_lobnd(nullptr, 0, 1.0), MX_RC_BAD_KCPTR);
-  kc->magic = 0;
-  EXPECT_EQ(MX_set_var_lobnds_all(kc, nullptr), MX_RC_BAD_KCPTR);
-  EXPECT_EQ(MX_get_var_lobnd(kc, 0, nullptr), MX_RC_BAD_KCPTR);
-  kc->magic = 0x4AEC329Au;
-  const std::string err = testing::internal::GetCapturedStderr();
-  EXPECT_NE(err.find("Fatal: MX_set_var_lobnds() passed NULL for morvex context pointer.\n"), std::string::npos);
-  EXPECT_NE(err.find("Fatal: MX_set_var_lobnds() passed morvex context pointer with bad magic number.\n"),
-            std::string::npos);
-  EXPECT_EQ(kc->fatalError, 0);
-  EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
-}
-
-// Every refused call names itself, the argument or the index at fault.
+// Every refused call names itself, the argument or the index at fault. Each
+// case runs on a fresh model of n variables and m constraints (none if n < 0).
 TEST_F(Model, RefusedCallsReturnTheirCodeAndExplainIt) {
-  const auto refused = [&](int rc, int code, const char *text) {
-    EXPECT_EQ(rc, code) << text;
+  const auto refused = [&](int n, int m, auto call, int code, const char *text) {
+    fresh(n, m);
+    EXPECT_EQ(call(), code) << text;
     EXPECT_EQ(out->take(), text);
   };
   const int idx[1] = {0}, twice[3] = {0, 2, 0};
@@ -65,83 +78,74 @@ TEST_F(Model, RefusedCallsReturnTheirCodeAndExplainIt) {
   MX_cb_context_ptr cb = nullptr;
   // A family must be added first, though an empty add opens it and zero
   // counts need no arrays.
-  refused(MX_set_var_lobnd(kc, 0, 1.0), MX_RC_ILLEGAL_CALL,
+  refused(-1, 0, [&] { return MX_set_var_lobnd(kc, 0, 1.0); }, MX_RC_ILLEGAL_CALL,
           "ERROR: MX_add_var*() must be called before MX_set_var_lobnds().\n");
-  fresh();
-  ASSERT_EQ(MX_add_vars(kc, 0, nullptr), 0);
-  EXPECT_EQ(MX_set_var_lobnds(kc, 0, nullptr, nullptr), 0);
-  EXPECT_EQ(MX_set_var_lobnds_all(kc, nullptr), 0);
-  refused(MX_set_con_lobnds(kc, 0, nullptr, nullptr), MX_RC_ILLEGAL_CALL,
-          "ERROR: MX_add_con*() must be called before MX_set_con_lobnds().\n");
-  fresh();
-  refused(MX_add_cons(kc, -2, nullptr), MX_RC_BAD_SIZE, "ERROR: MX_add_cons given a bad problem size.\n");
-  fresh(2, 1);
-  refused(MX_set_con_upbnds(kc, 1, idx, nullptr), MX_RC_NULL_POINTER,
+  refused(-1, 0, [&] {
+    EXPECT_EQ(MX_add_vars(kc, 0, nullptr), 0);
+    EXPECT_EQ(MX_set_var_lobnds(kc, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(MX_set_var_lobnds_all(kc, nullptr), 0);
+    return MX_set_con_lobnds(kc, 0, nullptr, nullptr);
+  }, MX_RC_ILLEGAL_CALL, "ERROR: MX_add_con*() must be called before MX_set_con_lobnds().\n");
+  refused(-1, 0, [&] { return MX_add_cons(kc, -2, nullptr); }, MX_RC_BAD_SIZE,
+          "ERROR: MX_add_cons given a bad problem size.\n");
+  refused(2, 1, [&] { return MX_set_con_upbnds(kc, 1, idx, nullptr); }, MX_RC_NULL_POINTER,
           "ERROR: Parameter cUpBnds passed to MX_set_con_upbnds() is NULL.\n");
-  fresh(2, 1);
-  refused(MX_set_var_types(kc, -1, idx, idx), MX_RC_BAD_SIZE,
+  refused(2, 1, [&] { return MX_set_var_types(kc, -1, idx, idx); }, MX_RC_BAD_SIZE,
           "ERROR: The number of variables passed to MX_set_var_types() must be non-negative.\n");
-  fresh(2, 2);
-  refused(MX_set_con_lobnd(kc, 2, 0.0), MX_RC_BAD_CON_INDEX,
+  refused(2, 2, [&] { return MX_set_con_lobnd(kc, 2, 0.0); }, MX_RC_BAD_CON_INDEX,
           "ERROR: Constraint index 2 outside of range.\n       The index should be less than 2 and non-negative.\n");
   // Bounds take the largest double but not IEEE infinity.
-  fresh(1, 1);
-  EXPECT_EQ(MX_set_var_upbnd(kc, 0, MX_INFINITY), 0);
-  refused(MX_set_con_eqbnd(kc, 0, kInf), MX_RC_BAD_CON_BOUND,
-          "ERROR: The equality bound specified for constraint index 0 is undefined.\n");
-  fresh(2, 0);
-  refused(MX_set_var_type(kc, 1, 3), MX_RC_BAD_VARIABLE, "ERROR: Bad value 3 for variable type (x[1]).\n");
-  fresh(2, 1);
-  refused(MX_set_var_scalings(kc, 1, idx, nullptr, nullptr), MX_RC_NULL_POINTER,
+  refused(1, 1, [&] {
+    EXPECT_EQ(MX_set_var_upbnd(kc, 0, MX_INFINITY), 0);
+    return MX_set_con_eqbnd(kc, 0, kInf);
+  }, MX_RC_BAD_CON_BOUND, "ERROR: The equality bound specified for constraint index 0 is undefined.\n");
+  refused(2, 0, [&] { return MX_set_var_type(kc, 1, 3); }, MX_RC_BAD_VARIABLE,
+          "ERROR: Bad value 3 for variable type (x[1]).\n");
+  refused(2, 1, [&] { return MX_set_var_scalings(kc, 1, idx, nullptr, nullptr); }, MX_RC_NULL_POINTER,
           "ERROR: Both parameters xScaleFactors and xScaleCenters passed to MX_set_var_scalings() are NULL.\n");
-  fresh(1, 2);
-  refused(MX_add_con_constant(kc, 0, kNaN), MX_RC_BAD_CONSTRAINT,
+  refused(1, 2, [&] { return MX_add_con_constant(kc, 0, kNaN); }, MX_RC_BAD_CONSTRAINT,
           "ERROR: constants[0] corresponding to constraint 0 is undefined.\n");
-  fresh(1, 0);
-  refused(MX_set_obj_goal(kc, 2), MX_RC_BAD_OBJECTIVE, "ERROR: Bad value for objective goal.\n");
-  fresh(2, 0);
-  refused(MX_set_compcon_feastol(kc, 0, 1e-6), MX_RC_BAD_SIZE,
+  refused(1, 0, [&] { return MX_set_obj_goal(kc, 2); }, MX_RC_BAD_OBJECTIVE, "ERROR: Bad value for objective goal.\n");
+  refused(2, 0, [&] { return MX_set_compcon_feastol(kc, 0, 1e-6); }, MX_RC_BAD_SIZE,
           "ERROR: There are currently no complementarity constraints in the model.\n"
           "       First call MX_set_compcons() before calling MX_set_compcon_feastols().\n");
   // Changes are for after a first solve, properties and structures for
   // before it; data calls are open in both phases.
-  fresh(1, 1);
-  EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
-  refused(MX_chg_obj_constant(kc, 1.0), MX_RC_ILLEGAL_CALL,
-          "ERROR: MX_chg_obj_constant() can only be called to modify the existing problem\n"
-          "       after an initial solve has been performed.\n");
+  refused(1, 1, [&] {
+    EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
+    return MX_chg_obj_constant(kc, 1.0);
+  }, MX_RC_ILLEGAL_CALL, "ERROR: MX_chg_obj_constant() can only be called to modify the existing problem\n"
+                         "       after an initial solve has been performed.\n");
   EXPECT_EQ(kc->fatalError, 1);
-  fresh(2, 2);
-  EXPECT_EQ(MX_del_con_linear_term(kc, 0, 0), MX_RC_ILLEGAL_CALL);
-  fresh(2, 2);
-  solved();
-  EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
-  refused(MX_set_obj_property(kc, 1), MX_RC_ILLEGAL_CALL,
-          "ERROR: MX_set_obj_property() cannot be called to modify the existing problem\n       after a solve.\n");
-  fresh(2, 2);
-  solved();
-  EXPECT_EQ(MX_add_obj_quadratic_term(kc, 0, 1, 1.0), MX_RC_ILLEGAL_CALL);
+  refused(2, 2, [&] { return MX_del_con_linear_term(kc, 0, 0); }, MX_RC_ILLEGAL_CALL,
+          "ERROR: MX_del_con_linear_term() can only be called to modify the existing problem\n"
+          "       after an initial solve has been performed.\n");
+  refused(2, 2, [&] {
+    solved();
+    EXPECT_EQ(MX_set_var_lobnd(kc, 0, 1.0), 0);
+    return MX_set_obj_property(kc, 1);
+  }, MX_RC_ILLEGAL_CALL, "ERROR: MX_set_obj_property() cannot be called to modify the existing problem\n       after a solve.\n");
+  refused(2, 2, [&] { solved(); return MX_add_obj_quadratic_term(kc, 0, 1, 1.0); }, MX_RC_ILLEGAL_CALL,
+          "ERROR: MX_add_obj_quadratic_term() cannot be called to modify the existing problem\n       after a solve.\n");
   // Structures.
-  fresh(2, 0);
-  refused(MX_add_obj_linear_struct(kc, 1, idx, nan), MX_RC_BAD_OBJECTIVE,
+  refused(2, 0, [&] { return MX_add_obj_linear_struct(kc, 1, idx, nan); }, MX_RC_BAD_OBJECTIVE,
           "ERROR: Objective coefficient 0 corresponding to variable 0.\n       is undefined.\n");
-  fresh(2, 2);
-  EXPECT_EQ(MX_add_con_linear_struct(kc, 0, nullptr, nullptr, nullptr), 0);
-  refused(MX_add_con_linear_struct(kc, 1, idx, nullptr, nullptr), MX_RC_NULL_POINTER,
-          "ERROR: Parameter indexVars passed to MX_add_con_linear_struct() is NULL.\n");
-  fresh(2, 2);
-  refused(MX_add_con_quadratic_struct_one(kc, -1, 0, idx, idx, nullptr), MX_RC_BAD_SIZE,
+  refused(2, 2, [&] {
+    EXPECT_EQ(MX_add_con_linear_struct(kc, 0, nullptr, nullptr, nullptr), 0);
+    return MX_add_con_linear_struct(kc, 1, idx, nullptr, nullptr);
+  }, MX_RC_NULL_POINTER, "ERROR: Parameter indexVars passed to MX_add_con_linear_struct() is NULL.\n");
+  refused(2, 2, [&] { return MX_add_con_quadratic_struct_one(kc, -1, 0, idx, idx, nullptr); }, MX_RC_BAD_SIZE,
           "ERROR: The number of nonzero elements passed to MX_add_con_quadratic_struct_one() must be non-negative.\n");
-  fresh(2, 3);
-  refused(MX_add_eval_callback(kc, 0, 4, twice, noop, &cb), MX_RC_BAD_SIZE,
+  refused(2, 3, [&] { return MX_add_eval_callback(kc, 0, 4, twice, noop, &cb); }, MX_RC_BAD_SIZE,
           "ERROR: The number of elements nC passed to MX_add_eval_callback() cannot be greater than 3.\n");
-  fresh(2, 3);
-  refused(MX_add_eval_callback(kc, 1, 1, twice, nullptr, &cb), MX_RC_NULL_POINTER,
+  refused(2, 3, [&] { return MX_add_eval_callback(kc, 1, 1, twice, nullptr, &cb); }, MX_RC_NULL_POINTER,
           "ERROR: Function callback pointer funcCallback passed to MX_add_eval_callback() is NULL.\n");
 }
 
-TEST_F(Model, GettersReportErrorsWithoutPoisoningAndNamesFitTheBuffer) {
-  build(2, 1);
+// Getters report errors and bad values of optional data are repaired with
+// a message; neither poisons the context.
+TEST_F(Model, GetterErrorsAndValueRepairsDoNotPoison) {
+  build(2, 2);
   double v[3];
   const int idx[3] = {0, 1, 5};
   EXPECT_EQ(MX_get_var_lobnds(kc, 3, idx, v), MX_RC_BAD_SIZE);
@@ -161,15 +165,6 @@ TEST_F(Model, GettersReportErrorsWithoutPoisoningAndNamesFitTheBuffer) {
   EXPECT_STREQ(a, "x");
   EXPECT_EQ(MX_get_con_names(kc, -1, nullptr, 8, bufs), MX_RC_BAD_SIZE);
   EXPECT_EQ(out->take(), "ERROR: The number of contraints passed to MX_get_con_names() must be non-negative.\n");
-  EXPECT_EQ(kc->fatalError, 0);
-  EXPECT_EQ(MX_set_var_fxbnd(kc, 1, 3.0), 0);
-  ASSERT_EQ(MX_get_var_upbnds_all(kc, v), 0);
-  EXPECT_EQ(v[1], 3.0);
-}
-
-// Bad values of optional data are repaired with a message, not refused.
-TEST_F(Model, NonFatalValueRepairsWarnAndGoOn) {
-  build(2, 2);
   const int two[2] = {0, 1};
   const int badProps[2] = {1, 2};
   ASSERT_EQ(MX_set_var_properties(kc, 2, two, badProps), 0);
@@ -286,8 +281,6 @@ TEST_F(Model, BoundsPrioritiesAndStrategiesFollowVariableTypes) {
   EXPECT_EQ(kc->var.priority[0], 0);
   EXPECT_EQ(kc->var.priority[2], 3);
   EXPECT_EQ(kc->var.numPriorities, 1);
-  ASSERT_EQ(MX_set_mip_branching_priority(kc, 1, 4), 0);
-  EXPECT_EQ(kc->var.priority[1], 4);
   ASSERT_EQ(MX_set_mip_intvar_strategy(kc, 0, 1), 0);
   EXPECT_EQ(out->take(),
             "WARNING: Variable index 0 passed to MX_set_mip_intvar_strategies() does not\n"
@@ -366,23 +359,6 @@ TEST_F(Model, SubproblemChildCopiesTheModelAndRelaxesIntegers) {
   EXPECT_EQ(MX_free(&child), 0);
 }
 
-// At debug level 2 every call announces itself, and while a solve runs a
-// change of the record behind the library's back is reported.
-TEST_F(Model, DebugChecksumWarnsWhenTheRecordChangesDuringASolve) {
-  build(3, 0);
-  kc->opt.debug = 2;
-  int n = 0;
-  const std::string entered = "--- Debug: entered MX_get_number_vars, status=0\n";
-  kc->solveInProgress = 1;
-  kc->debugChecksum = computeDebugCheckSum(kc);
-  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
-  EXPECT_EQ(out->take(), entered);
-  kc->var.x[1] = 1234.0;  // an application writing through a stale pointer
-  ASSERT_EQ(MX_get_number_vars(kc, &n), 0);
-  EXPECT_EQ(out->take(), entered + "---   WARNING: MXL_context corrupted by application!\n");
-  kc->solveInProgress = 0;
-}
-
 using Structures = EvalModel;
 
 TEST_F(Structures, LinearEntriesAreCheckedWholeBeforeAnythingIsStored) {
@@ -444,8 +420,9 @@ TEST_F(Structures, TypesFollowTheStructureAdded) {
 }
 
 // A repeated constraint in the list is refused before any callback exists;
-// a sparse pattern may only use the callback's own constraints, once.
-TEST_F(Structures, CallbackListsAndPatternsAreCheckedAgainstTheCallback) {
+// a sparse pattern may only use the callback's own constraints, once; and
+// the callback's settings are validated.
+TEST_F(Structures, CallbackListsPatternsAndSettingsAreChecked) {
   build(3, 3);
   MX_cb_context_ptr cb = reinterpret_cast<MX_cb_context_ptr>(&cb);
   const int twice[3] = {0, 2, 0};
@@ -472,6 +449,20 @@ TEST_F(Structures, CallbackListsAndPatternsAreCheckedAgainstTheCallback) {
   EXPECT_EQ(out->take(),
             "ERROR: MX_set_cb_grad() has already been called for this callback structure,\n"
             "       and should only be called once.\n");
+  // Step sizes are checked whole before any is stored.
+  fresh(2, 1);
+  ASSERT_EQ(MX_add_eval_callback_all(kc, noop, &cb), 0);
+  const double steps[2] = {1e-6, kNaN};
+  ASSERT_EQ(MX_set_cb_relstepsize(kc, cb, 1, 1e-4), 0);
+  EXPECT_EQ(MX_set_cb_relstepsizes_all(kc, cb, steps), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(out->take(), "ERROR: Parameter xRelStepSizes[1] corresponding to variable 1.\n       is undefined.\n");
+  EXPECT_EQ(cb->xRelStepSizes[0], 0.0) << "nothing stored";
+  EXPECT_EQ(cb->xRelStepSizes[1], 1e-4);
+  fresh(2, 1);
+  ASSERT_EQ(MX_add_eval_callback_all(kc, noop, &cb), 0);
+  EXPECT_EQ(MX_set_cb_gradopt(kc, cb, 6), MX_RC_BAD_PARAMINPUT);
+  EXPECT_EQ(out->take(), "ERROR: Value gradopt=6 passed to MX_set_cb_gradopt() is invalid.\n");
+  EXPECT_EQ(MX_set_cb_hess(kc, nullptr, 0, nullptr, nullptr, noop), MX_RC_ILLEGAL_CALL);
 }
 
 TEST_F(Structures, DensePatternsFollowVariablesAddedLater) {
@@ -482,17 +473,16 @@ TEST_F(Structures, DensePatternsFollowVariablesAddedLater) {
   ASSERT_EQ(MX_set_cb_grad(kc, cb, -1, nullptr, MX_DENSE_COLMAJOR, nullptr, nullptr, noop), 0);
   ASSERT_EQ(MX_set_cb_hess(kc, cb, MX_DENSE_ROWMAJOR, nullptr, nullptr, noop), 0);
   ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  MX_nnz nnzJ = 0, nnzH = 0, nnzG = 0;
-  ASSERT_EQ(MX_get_cb_jacobian_nnz(kc, cb, &nnzJ), 0);
-  ASSERT_EQ(MX_get_cb_hessian_nnz(kc, cb, &nnzH), 0);
-  ASSERT_EQ(MX_get_cb_objgrad_nnz(kc, cb, &nnzG), 0);
-  EXPECT_EQ(nnzJ, 4);
-  EXPECT_EQ(nnzH, 10);
-  EXPECT_EQ(nnzG, 4);
+  MX_nnz nnz[3] = {0, 0, 0};
+  ASSERT_EQ(MX_get_cb_jacobian_nnz(kc, cb, &nnz[0]), 0);
+  ASSERT_EQ(MX_get_cb_hessian_nnz(kc, cb, &nnz[1]), 0);
+  ASSERT_EQ(MX_get_cb_objgrad_nnz(kc, cb, &nnz[2]), 0);
   ASSERT_EQ(prepare(), 0);
-  EXPECT_EQ(kc->pat.jac.nnz, 4);
-  EXPECT_EQ(kc->pat.hess.nnz, 10);
-  EXPECT_EQ(kc->pat.objGrad.nnz(), 4);
+  const MX_nnz merged[3] = {kc->pat.jac.nnz, kc->pat.hess.nnz, kc->pat.objGrad.nnz()};
+  for (int k = 0; k < 3; ++k) {
+    EXPECT_EQ(nnz[k], k == 1 ? 10 : 4) << k;
+    EXPECT_EQ(merged[k], nnz[k]) << k;
+  }
   // Column-major order: the user's k-th value lands on variable k.
   for (int k = 0; k < 4; ++k) EXPECT_EQ(kc->pat.jac.indexVars[cb->jacPlace[k]], k);
 }
@@ -547,23 +537,6 @@ TEST_F(Structures, ConstantConstraintsAreCheckedAgainstTheirBounds) {
             "ERROR: Constraint cap is constant and\n"
             "       violates the constraint upper bound =    -1.00000000000000e+00\n");
   EXPECT_EQ(kc->con.type[0], MX_CONTYPE_NONE) << "nothing retyped after a violation";
-}
-
-TEST_F(Structures, CallbackSettingsAreValidated) {
-  build(2, 1);
-  MX_cb_context_ptr cb = nullptr;
-  ASSERT_EQ(MX_add_eval_callback_all(kc, noop, &cb), 0);
-  const double steps[2] = {1e-6, kNaN};
-  ASSERT_EQ(MX_set_cb_relstepsize(kc, cb, 1, 1e-4), 0);
-  EXPECT_EQ(MX_set_cb_relstepsizes_all(kc, cb, steps), MX_RC_BAD_PARAMINPUT);
-  EXPECT_EQ(out->take(), "ERROR: Parameter xRelStepSizes[1] corresponding to variable 1.\n       is undefined.\n");
-  EXPECT_EQ(cb->xRelStepSizes[0], 0.0) << "nothing stored";
-  EXPECT_EQ(cb->xRelStepSizes[1], 1e-4);
-  fresh(2, 1);
-  ASSERT_EQ(MX_add_eval_callback_all(kc, noop, &cb), 0);
-  EXPECT_EQ(MX_set_cb_gradopt(kc, cb, 6), MX_RC_BAD_PARAMINPUT);
-  EXPECT_EQ(out->take(), "ERROR: Value gradopt=6 passed to MX_set_cb_gradopt() is invalid.\n");
-  EXPECT_EQ(MX_set_cb_hess(kc, nullptr, 0, nullptr, nullptr, noop), MX_RC_ILLEGAL_CALL);
 }
 
 }  // namespace

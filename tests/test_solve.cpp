@@ -195,33 +195,45 @@ TEST_F(Solve, ViolationsOfBoundsAndIntegrality) {
   EXPECT_EQ(MX_get_var_viol(kc, 0, bnd, nullptr, nullptr), 0);
 }
 
-TEST_F(Solve, CallbackReturnEndsWithItsCode) {
-  struct Case { int code, expect; const char *text; };
+// A solve of f = x0^2 from x0 = 2 ends with a failing callback's code, at
+// the evaluation limit as feasible or not, and picks its quasi-Newton update
+// by the number of variables.
+TEST_F(Solve, SquareModelEndsByCallbackLimitOrSize) {
+  struct Case { int failure, n; bool limit, infeasible; int expect; const char *text; };
   const Case cases[] = {
-      {MX_RC_EVAL_ERR, MX_RC_EVAL_ERR, "ERROR: Could not evaluate objective or constraints at the initial point."},
-      {1, MX_RC_EVAL_ERR, "Objective function undefined at the initial point."},
-      {MX_RC_USER_TERMINATION, MX_RC_USER_TERMINATION, "EXIT: Termination by user."},
-      {-7, MX_RC_CALLBACK_ERR, "EXIT: Callback function error."},
+      {MX_RC_EVAL_ERR, 1, false, false, MX_RC_EVAL_ERR,
+       "ERROR: Could not evaluate objective or constraints at the initial point."},
+      {1, 1, false, false, MX_RC_EVAL_ERR, "Objective function undefined at the initial point."},
+      {MX_RC_USER_TERMINATION, 1, false, false, MX_RC_USER_TERMINATION, "EXIT: Termination by user."},
+      {-7, 1, false, false, MX_RC_CALLBACK_ERR, "EXIT: Callback function error."},
+      {0, 1, true, false, MX_RC_FEVAL_LIMIT_FEAS, ""},
+      {0, 1, true, true, MX_RC_FEVAL_LIMIT_INFEAS, ""},
+      {0, 1000, false, false, 0, "Switching to hessopt=MX_HESSOPT_BFGS."},
+      {0, 1001, false, false, 0, "Switching to hessopt=MX_HESSOPT_LBFGS."},
   };
-  for (const Case &k : cases) {
-    SCOPED_TRACE(k.code);
+  for (const Case &c : cases) {
+    SCOPED_TRACE(&c - cases);
     fresh();
-    Failing::code = k.code;
-    buildSquare();
-    EXPECT_EQ(MX_solve(kc), k.expect);
-    expectOut(k.text);
-    int status = 0;
+    Failing::code = c.failure;
+    buildSquare(c.n);
+    if (c.limit) setInt(MX_PARAM_MAXFEVALS, 1);
+    if (c.infeasible) infeasibleStart();
+    if (c.n > 1) setInt(MX_PARAM_ALGORITHM, -1), setInt(MX_PARAM_HESSOPT, 1);
+    EXPECT_EQ(MX_solve(kc), c.expect) << out->text;
+    expectOut(c.text);
+    int status = 1;
     double obj = 0;
     EXPECT_EQ(MX_get_solution(kc, &status, &obj, nullptr, nullptr), 0);
-    EXPECT_EQ(status, k.expect);
-    if (k.expect == MX_RC_EVAL_ERR) EXPECT_EQ(obj, MX_INFINITY);  // the point is marked undefined
+    EXPECT_EQ(status, c.expect);
+    if (c.expect == MX_RC_EVAL_ERR) EXPECT_EQ(obj, MX_INFINITY);  // the point is marked undefined
+    if (c.n > 1) EXPECT_EQ(kc->resolvedHessopt, c.n > 1000 ? 6 : 2);
   }
   Failing::code = 0;
 }
 
-// The objective target and the evaluation limit both end at a start that
-// is feasible; outside its bounds the same start goes on.
-TEST_F(Solve, ObjectiveTargetAndEvaluationLimitDependOnFeasibility) {
+// The objective target ends at a start that is feasible; outside its
+// bounds the same start goes on.
+TEST_F(Solve, ObjectiveTargetDependsOnFeasibility) {
   Failing::code = 0;
   buildSquare();
   setInt(MX_PARAM_ALGORITHM, 0);
@@ -235,13 +247,6 @@ TEST_F(Solve, ObjectiveTargetAndEvaluationLimitDependOnFeasibility) {
   double x = 0.0;
   ASSERT_EQ(MX_get_var_primal_value(kc, 0, &x), 0);
   EXPECT_LE(x, 1.0 + 1e-6);
-  for (bool feasible : {true, false}) {
-    fresh();
-    buildSquare();
-    setInt(MX_PARAM_MAXFEVALS, 1);
-    if (!feasible) infeasibleStart();
-    EXPECT_EQ(MX_solve(kc), feasible ? MX_RC_FEVAL_LIMIT_FEAS : MX_RC_FEVAL_LIMIT_INFEAS) << out->text;
-  }
 }
 
 TEST_F(Solve, CrossedBoundsAreReportedAndCanBeRepaired) {
@@ -265,18 +270,6 @@ TEST_F(Solve, CrossedBoundsAreReportedAndCanBeRepaired) {
   double c = 0;
   ASSERT_EQ(MX_get_con_value(kc, 0, &c), 0);
   EXPECT_DOUBLE_EQ(c, 2.0);  // start 0 projected onto x1 >= 2
-}
-
-TEST_F(Solve, AutomaticHessianSwitchesToLimitedMemoryAbove1000Variables) {
-  for (int n : {1000, 1001}) {
-    fresh();
-    buildSquare(n);
-    setInt(MX_PARAM_ALGORITHM, -1);
-    setInt(MX_PARAM_HESSOPT, 1);
-    ASSERT_EQ(MX_solve(kc), 0) << out->text;
-    EXPECT_EQ(kc->resolvedHessopt, n > 1000 ? 6 : 2);
-    expectOut(n > 1000 ? "Switching to hessopt=MX_HESSOPT_LBFGS." : "Switching to hessopt=MX_HESSOPT_BFGS.");
-  }
 }
 
 TEST_F(Solve, EarlyEndsPrintReportsAndWriteFiles) {
@@ -366,24 +359,8 @@ TEST_F(Solve, ModelErrorsStopBeforeAnyEvaluation) {
   }
 }
 
-TEST_F(Solve, IllegalHessianOptionAndHugeBoundsAreReported) {
-  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
-  ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 1.0), 0);
-  ASSERT_EQ(MX_set_var_upbnd(kc, 0, 1e25), 0);
-  setInt(MX_PARAM_HESSOPT, 7);
-  setInt(MX_PARAM_ALGORITHM, -2);
-  ASSERT_EQ(MX_solve(kc), 0) << out->text;
-  expectOut("          Changing 'hessopt' from 7 to auto.\n");
-  expectOut("WARNING: 1 finite variable bound is >= bndrange in magnitude.\n");
-  // A linear objective without callbacks needs no quasi-Newton update.
-  EXPECT_EQ(kc->resolvedHessopt, 1);
-  double bound = 0;
-  ASSERT_EQ(MX_get_var_upbnd(kc, 0, &bound), 0);
-  EXPECT_EQ(bound, 1e25);
-}
-
 // The automatic choices fill the resolved twins from the class of the model
-// and never touch the user's option slots.
+// and never touch the user's option slots; illegal values are reported.
 TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
   // LP: 0 <= x, x0 + x1 >= 1, minimize x0 + 2 x1.
   build(2, 1);
@@ -426,6 +403,21 @@ TEST_F(Solve, AutomaticChoicesFollowTheModelClass) {
   // No variable has a bound: there is nothing to honor.
   EXPECT_EQ(kc->resolvedHonorbnds, 0);
   EXPECT_EQ(kc->var.honorBnds.v[1], 0);
+  // An illegal Hessian option and a huge bound are reported, the bound kept.
+  fresh();
+  ASSERT_EQ(MX_add_vars(kc, 2, nullptr), 0);
+  ASSERT_EQ(MX_add_obj_linear_term(kc, 0, 1.0), 0);
+  ASSERT_EQ(MX_set_var_upbnd(kc, 0, 1e25), 0);
+  setInt(MX_PARAM_HESSOPT, 7);
+  setInt(MX_PARAM_ALGORITHM, -2);
+  ASSERT_EQ(MX_solve(kc), 0) << out->text;
+  expectOut("          Changing 'hessopt' from 7 to auto.\n");
+  expectOut("WARNING: 1 finite variable bound is >= bndrange in magnitude.\n");
+  // A linear objective without callbacks needs no quasi-Newton update.
+  EXPECT_EQ(kc->resolvedHessopt, 1);
+  double bound = 0;
+  ASSERT_EQ(MX_get_var_upbnd(kc, 0, &bound), 0);
+  EXPECT_EQ(bound, 1e25);
 }
 
 // What is not built yet says so and returns -600; no solve is pretended.
