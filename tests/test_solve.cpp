@@ -218,7 +218,10 @@ TEST_F(Solve, SquareModelEndsByCallbackLimitOrSize) {
     buildSquare(c.n);
     if (c.limit) setInt(MX_PARAM_MAXFEVALS, 1);
     if (c.infeasible) infeasibleStart();
-    if (c.n > 1) setInt(MX_PARAM_ALGORITHM, -1), setInt(MX_PARAM_HESSOPT, 1);
+    if (c.n > 1) {
+      setInt(MX_PARAM_ALGORITHM, -1);
+      setInt(MX_PARAM_HESSOPT, 1);
+    }
     EXPECT_EQ(MX_solve(kc), c.expect) << out->text;
     expectOut(c.text);
     int status = 1;
