@@ -1,5 +1,6 @@
 // Developer aid: solves one hand-written problem with the log on.
 //   hs_trace NAME [option=value ...]   (integer options by name)
+//   hs_trace --list                     (the names, one per line)
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +12,10 @@ int main(int argc, char **argv) {
   if (argc < 2) {
     std::fprintf(stderr, "usage: hs_trace NAME [option=value ...]\n");
     return 2;
+  }
+  if (std::strcmp(argv[1], "--list") == 0) {
+    for (const HsProblem &q : hsProblems()) std::printf("%s\n", q.name);
+    return 0;
   }
   const HsProblem *p = hsFind(argv[1]);
   if (p == nullptr) {
