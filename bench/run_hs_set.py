@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Solves the hand-written Hock-Schittkowski set under several settings.
 
-    bench/run_hs_set.py [--trace build/release/tests/hs_trace] [--jobs 2]
+    bench/run_hs_set.py [--trace build/release/bench/hs/hs_trace] [--jobs 2]
                         [--variants "algorithm=1;algorithm=2;hessopt=2"]
                         [--report out.md]
 
@@ -64,7 +64,7 @@ def describe(r):
 
 def main():
     ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    ap.add_argument("--trace", default="build/release/tests/hs_trace")
+    ap.add_argument("--trace", default="build/release/bench/hs/hs_trace")
     ap.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
     ap.add_argument("--variants", default=";".join(DEFAULT_VARIANTS))
     ap.add_argument("--timeout", type=float, default=60.0)
