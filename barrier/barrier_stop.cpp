@@ -192,6 +192,11 @@ bool barrierFeasibleBetter(double objSign, double fA, double optA, double fB, do
   return gain > tie || (gain >= -tie && optA < optB);
 }
 
+bool barTimeUp(MXL_context *ctx) {
+  const MxDriverState &d = ctx->drv;
+  return mxCpuSeconds() - d.cpuStart >= ctx->opt.maxtime_cpu || mxWallSeconds() - d.realStart >= ctx->opt.maxtime_real;
+}
+
 namespace {
 
 // The best point is the feasible one of least objective, else the least
@@ -209,11 +214,6 @@ void barKeepBest(MXL_context *ctx, BarrierState &b) {
   if (better)
     storeBestSolution(ctx, b.xApp.data(), b.lambdaApp.data(), b.cApp.data(), b.gModel.data(), b.jacVals.data(),
                       b.nnzJ, b.feasErr, b.optErr, f);
-}
-
-bool barTimeUp(MXL_context *ctx) {
-  const MxDriverState &d = ctx->drv;
-  return mxCpuSeconds() - d.cpuStart >= ctx->opt.maxtime_cpu || mxWallSeconds() - d.realStart >= ctx->opt.maxtime_real;
 }
 
 // Tiny steps: every component under 1e-15 (1 + |x_i|).
