@@ -419,6 +419,24 @@ void barResetInitPoint(MXL_context *ctx, BarrierState &b) {
   b.muIterCount = 0;
 }
 
+// The code of a run that hands back a stored feasible point: an ending
+// that would call the model infeasible, or stop at a limit with an
+// infeasible point, describes the last iterate, not the answer.
+static int barFeasibleFallbackCode(const BarrierState &b, double bestOptErr) {
+  switch (b.barStatus) {
+    case MX_RC_INFEASIBLE:
+    case MX_RC_INFEAS_XTOL:
+    case MX_RC_INFEAS_NO_IMPROVE:
+      return bestOptErr <= 100.0 * b.tolOpt ? -100 : -102;
+    case -410:
+    case -411:
+    case -412:
+      return b.barStatus + 10;
+    default:
+      return b.barStatus;
+  }
+}
+
 void barrierFinished(MXL_context *ctx) {
   BarrierState &b = *ctx->bar;
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
@@ -455,7 +473,7 @@ void barrierFinished(MXL_context *ctx) {
   d.numIters = b.iterCount;
   d.numCGIters = b.cg.cgIterationsTotal;
   d.fstopSatisfied = b.fstopReached ? 1 : d.fstopSatisfied;
-  ctx->returnCode = b.barStatus;
+  ctx->returnCode = useBest && bestFeasible ? barFeasibleFallbackCode(b, opt) : b.barStatus;
   b.evalRequest = 5;
   barrierKKTfree(b);
   barrierAUGfree(b);

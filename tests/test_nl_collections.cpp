@@ -185,6 +185,18 @@ TEST(NlCollections, ScaledRowsAndRestorationReachTheUnscaledPoint) {
   if (ran == 0) GTEST_SKIP() << "no CUTE collection under " << kData << "; skipping";
 }
 
+// linspanh starts at its optimum; the CG algorithm wanders off it and its
+// last iterates stop just outside the tolerance. The run hands back the
+// feasible start, so it must not call the model infeasible.
+TEST(NlCollections, AStoredFeasiblePointIsNotReportedInfeasible) {
+  const std::string source = kData + "/nl-cute-pyomo-ampl/linspanh.nl";
+  if (!present(source)) GTEST_SKIP() << "no CUTE collection under " << kData << "; skipping";
+  const ToolRun r = toolRun(source + " outlev=0 algorithm=2");
+  ASSERT_TRUE(r.summary.found) << r.output;
+  EXPECT_TRUE(r.summary.status <= 0 && r.summary.status >= -103) << r.output;
+  EXPECT_NEAR(r.summary.objective, -77.0, 1e-6);
+}
+
 // The mixed-integer solver is not built: the one model of the Bonmin folder
 // (integer variables) ends with -600, reported to AMPL as a failure.
 TEST(AmplMode, IntegerModelEndsAsNotBuilt) {
