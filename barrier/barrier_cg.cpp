@@ -250,15 +250,16 @@ int projectedCG(MXL_context *ctx, BarrierState &b, double radiusSq) {
       cg.cgExit = BAR_CG_CONVERGED;
       return 0;
     }
-    // A long CG run on a large model must not overrun the time limit by
-    // more than one iteration: the step so far is a valid truncated one.
-    if (barTimeUp(ctx)) {
-      cg.cgExit = BAR_CG_LIMIT;
-      return 0;
-    }
     if (it > cg.cgMaxit) {
       if (it > b.nFull - b.mFull) cg.projectionSuspect = true;
       cg.cgExit = BAR_CG_LIMIT;
+      return 0;
+    }
+    // A long CG run on a large model must not overrun the time limit by
+    // more than one iteration: the step so far is a valid truncated one,
+    // and the stop test reports the limit after it.
+    if (barTimeUp(ctx)) {
+      cg.cgExit = BAR_CG_TIME;
       return 0;
     }
     const double beta = rhoNew / rho;
