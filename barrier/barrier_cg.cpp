@@ -201,7 +201,9 @@ int projectedCG(MXL_context *ctx, BarrierState &b, double radiusSq) {
     if (rho < -1e-8 && cg.aug.sys.settings.pivotTol <= 0.5) cg.raisePivot = true;
   }
   if (rho >= 1e20) cg.projectionSuspect = true;
-  if (rho < 0.0 || rho >= 1e100 || std::sqrt(rho) < 1e-10) {
+  // A gradient under 1e-10 in the model's units is zero; the objective's
+  // scale factor can make a gradient the stop test still needs that small.
+  if (rho < 0.0 || rho >= 1e100 || std::sqrt(rho) < 1e-10 * std::min(1.0, b.objScale)) {
     if (rho >= 1e100) cg.raisePivot = true;
     cg.cgExit = BAR_CG_BAD_START;
     return 0;

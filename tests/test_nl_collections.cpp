@@ -197,6 +197,18 @@ TEST(NlCollections, AStoredFeasiblePointIsNotReportedInfeasible) {
   EXPECT_NEAR(r.summary.objective, -77.0, 1e-6);
 }
 
+// dqrtic (sum of (x_i - i)^4 over 5000 variables) has a start gradient of
+// 5e11, so its scaled gradient is below 1e-10 long before the model's one
+// meets the tolerance: the CG steps must keep going to the optimum 0.
+TEST(NlCollections, TheCgAlgorithmConvergesOnAStronglyScaledObjective) {
+  const std::string source = kData + "/nl-cute-pyomo-ampl/dqrtic.nl";
+  if (!present(source)) GTEST_SKIP() << "no CUTE collection under " << kData << "; skipping";
+  const ToolRun r = toolRun(source + " outlev=0 algorithm=2");
+  ASSERT_TRUE(r.summary.found) << r.output;
+  EXPECT_EQ(r.summary.status, 0) << r.output;
+  EXPECT_LT(r.summary.objective, 1e-4);
+}
+
 // The mixed-integer solver is not built: the one model of the Bonmin folder
 // (integer variables) ends with -600, reported to AMPL as a failure.
 TEST(AmplMode, IntegerModelEndsAsNotBuilt) {
