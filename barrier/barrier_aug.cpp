@@ -94,6 +94,44 @@ void augNullPivotTol(const BarrierState &b, BarAUG &a) {
   a.sys.settings.nullPivotTol = all > 0.0 ? 1e-14 * ref / all : 1e-14;
 }
 
+bool augBoundsOnly(const BarrierState &b) {
+  for (int r = 0; r < b.mFull; ++r) {
+    const BarRow &row = b.rows[r];
+    if (!row.onVariable() || row.slack < 0 || row.pen[0] >= 0 || row.pen[1] >= 0) return false;
+  }
+  return true;
+}
+
+// The per-variable blocks of a bound-rows-only system: row k on variable i
+// gives w_k = (a_k y_i - rc_k) / d_k, so y_i (D_i + sum a_k^2 / d_k) =
+// rx_i + sum a_k rc_k / d_k with a_k = +-1. False when a row diagonal
+// vanishes (a slack at zero without a shift).
+bool augFactorBounds(const BarrierState &b, BarAUG &a) {
+  const bool scaled = !a.diag.empty();
+  a.rowD.resize(b.mFull);
+  a.varDen.resize(b.nX);
+  for (int i = 0; i < b.nX; ++i) a.varDen[i] = scaled ? a.diag[i] : 1.0;
+  for (int r = 0; r < b.mFull; ++r) {
+    const BarRow &row = b.rows[r];
+    const double s = b.x[b.nX + row.slack];
+    const double d = a.regAUG + s * s / (scaled ? a.diag[b.nX + row.slack] : 1.0);
+    if (!(d > 1e-300) || !std::isfinite(d)) return false;
+    a.rowD[r] = d;
+    a.varDen[row.item] += 1.0 / d;
+  }
+  return true;
+}
+
+void augSolveBounds(const BarrierState &b, BarAUG &a) {
+  for (int i = 0; i < b.nX; ++i) a.sol[i] = a.rhs[i];
+  for (int r = 0; r < b.mFull; ++r) a.sol[b.rows[r].item] += b.rows[r].sign() * a.rhs[b.nX + r] / a.rowD[r];
+  for (int i = 0; i < b.nX; ++i) a.sol[i] /= a.varDen[i];
+  for (int r = 0; r < b.mFull; ++r) {
+    const BarRow &row = b.rows[r];
+    a.sol[b.nX + r] = (row.sign() * a.sol[row.item] - a.rhs[b.nX + r]) / a.rowD[r];
+  }
+}
+
 }  // namespace
 
 int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
@@ -102,6 +140,14 @@ int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   linRelease(a.sys);
   a.analysed = a.factored = false;
   a.dim = b.nX + b.mFull;
+  a.rhs.assign(a.dim, 0.0);
+  a.sol.assign(a.dim, 0.0);
+  a.res.assign(a.dim, 0.0);
+  a.boundsOnly = augBoundsOnly(b);
+  if (a.boundsOnly) {
+    a.analysed = true;
+    return 0;
+  }
   BarPatternBuilder pb;
   augPattern(b, a, pb);
   augCompress(a, pb);
@@ -109,9 +155,6 @@ int barrierAUGinitSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   const int st = barrierAnalyzeSystem(ctx, a.sys, a.dim, a.irn, a.jcn, &kind, &a.pivotTol);
   if (st != LIN_OK) mxl_printf(ctx, "*** AUG analyze failed with status %d (barrierAUGfactor)\n", st);
   a.analysed = st == LIN_OK;
-  a.rhs.assign(a.dim, 0.0);
-  a.sol.assign(a.dim, 0.0);
-  a.res.assign(a.dim, 0.0);
   return a.analysed ? 0 : MX_RC_LINEAR_SOLVER_ERR;
 }
 
@@ -131,6 +174,14 @@ int barrierAUGfactorSystem(MXL_context *ctx, BarrierState &b, BarAUG &a) {
   bool flag = false;
   for (int rep = 0; rep < 6; ++rep) {
     a.regAUG = augRegularization(b, a, flag);
+    if (a.boundsOnly) {
+      a.factored = augFactorBounds(b, a);
+      a.negEig = b.mFull;
+      if (a.factored) return 0;
+      ++a.regAUGLevel;
+      flag = true;
+      continue;
+    }
     augForm(b, a);
     augNullPivotTol(b, a);
     const LinFactorInfo info = linFactor(a.sys, a.val.data());
@@ -164,9 +215,10 @@ int barrierAUGsolveSystem(BarrierState &b, BarAUG &a, const double *rx, const do
     a.rhs[b.nX + r] = rc[r] + (row.slack >= 0 ? s[row.slack] * rx[b.nX + row.slack] / ds : 0.0);
   }
   std::copy(a.rhs.begin(), a.rhs.end(), a.sol.begin());
-  if (const int st = linSolve(a.sys, a.sol.data())) return st;
+  if (a.boundsOnly) augSolveBounds(b, a);
+  else if (const int st = linSolve(a.sys, a.sol.data())) return st;
   const double nrm = std::max(normInf(a.dim, a.rhs.data()), 1e-300);
-  for (int it = 0; it < 3; ++it) {
+  for (int it = 0; it < 3 && !a.boundsOnly; ++it) {
     linMultiply(a.sys, a.sol.data(), a.res.data());
     for (int i = 0; i < a.dim; ++i) a.res[i] = a.rhs[i] - a.res[i];
     if (normInf(a.dim, a.res.data()) <= 1e-14 * nrm) break;

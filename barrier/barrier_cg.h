@@ -33,6 +33,10 @@ struct BarAUG {
   double pivotTol = 1e-8;
   std::vector<double> rhs, sol, res;
   std::vector<double> diag;  // metric of the projection (empty: identity)
+  // Every row a bound row with a slack: the system splits into one small
+  // block per variable and is solved in closed form, without the engine.
+  bool boundsOnly = false;
+  std::vector<double> rowD, varDen;  // row diagonal d_k; D_i + sum_k 1 / d_k
 };
 
 struct BarCG {
