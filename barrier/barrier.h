@@ -423,6 +423,9 @@ void barrierUpdateRho(BarrierState &b, double mu);
 
 // ---- Multipliers and slacks (barrier_slacks.cpp) ----
 void initializeSlacks(BarrierState &b, double push);
+// The convex start: shifts the slacks s (nSlacks) and the multipliers of the
+// slack rows of a full first step back inside. True when anything moved.
+bool computeshift(MXL_context *ctx, BarrierState &b, double *s, double *lambda);
 void initializeLambdaIneq(BarrierState &b, double floor);
 void resetSlacks(BarrierState &b, double *xs, double *c);
 void safeguardMultipliers(BarrierState &b, double *lambda);

@@ -181,6 +181,34 @@ void barRejectStep(MXL_context *ctx, BarrierState &b) {
 
 // A direct step with its line search; a corrector that failed is tried
 // once more without.
+// The convex start (bar_initpt 1) replaces the search of the very first
+// direct step: the step is taken whole, the slacks and multipliers it
+// drove through zero are shifted back inside, and the shifted point is
+// accepted. Returns 1 when the functions are undefined there (the
+// ordinary search then runs), else 0 or a code that ends the solve.
+int barConvexStartStep(MXL_context *ctx, BarrierState &b) {
+  // The step comes cut to the fraction to the boundary; the start takes it
+  // whole.
+  const double aP = b.alphaMaxPrimal > 0.0 ? 1.0 / b.alphaMaxPrimal : 1.0;
+  const double aD = b.alphaMaxDual > 0.0 ? 1.0 / b.alphaMaxDual : 1.0;
+  for (int i = 0; i < b.nX; ++i) b.xTrial[i] = b.x[i] + aP * b.d[i];
+  for (int j = b.nX; j < b.nFull; ++j) b.xTrial[j] = (1.0 + aP * b.d[j]) * b.x[j];
+  for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + aD * b.dLambda[r];
+  if (computeshift(ctx, b, b.xTrial.data() + b.nX, b.lambdaTrial.data()) && ctx->opt.debug > 0 && ctx->opt.outlev > 0)
+    mxl_printf(ctx, "Morvex barrier algorithm shifted slacks.\n");
+  const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fObjTrial, &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
+  if (rc == MX_RC_EVAL_ERR) return 1;
+  if (rc != 0) return rc;
+  b.alpha = 1.0;
+  b.stepOutcome = BAR_STEP_ACCEPTED;
+  return barAcceptStep(ctx, b);
+}
+
+bool barConvexStartWanted(const MXL_context *ctx, const BarrierState &b) {
+  return ctx->resolvedInitpt == 1 && b.totalIterCount == 0 && b.nSlacks > 0 && b.resto.phase != 3 &&
+         !b.feasibleMode && ctx->resolvedHonorbnds != 1 && b.restartCount == 0;
+}
+
 int barTakeDirectStep(MXL_context *ctx, BarrierState &b) {
   b.noCorrectors = false;
   for (int attempt = 0; attempt < 2; ++attempt) {
@@ -188,6 +216,10 @@ int barTakeDirectStep(MXL_context *ctx, BarrierState &b) {
     computeDirectStep(ctx, b);
     barPrintDirectRow(ctx, b);
     if (!b.directStepOk) break;
+    if (barConvexStartWanted(ctx, b)) {
+      const int rc = barConvexStartStep(ctx, b);
+      if (rc <= 0) return rc;
+    }
     barrierFeasibleCut(b);
     b.stepNorm = norm2(b.nFull, b.d.data());
     const int rc = barrierLineSearch(ctx, b);

@@ -106,3 +106,44 @@ void replaceNegByPrimal(BarrierState &b, double *lambda, const double *xs) {
     if (lambda[r] < floor) lambda[r] = primal;
   }
 }
+
+// The convex start (bar_initpt 1): the first direct step is taken whole,
+// and the slacks and multipliers of the slack rows it drove through zero
+// are shifted back in the manner of a Mehrotra starting point. First every
+// entry moves by 1.5 times the most negative one, then by half the
+// complementarity over the other vector's sum, so that no product starts
+// far from the others. A shift under bar_initshifttol is not applied.
+bool computeshift(MXL_context *ctx, BarrierState &b, double *s, double *lambda) {
+  if (b.nSlacks == 0) return false;
+  double minS = INFINITY, minL = INFINITY;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    minS = std::min(minS, s[j]);
+    minL = std::min(minL, lambda[b.slackRow[j]]);
+  }
+  const double tol = ctx->opt.bar_initshifttol;
+  const double shiftS = std::max(-1.5 * minS, 0.0), shiftL = std::max(-1.5 * minL, 0.0);
+  bool shifted = false;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    if (shiftS > tol) s[j] += shiftS;
+    if (shiftL > tol) lambda[b.slackRow[j]] += shiftL;
+  }
+  shifted = shiftS > tol || shiftL > tol;
+  double comp = 0.0, sumS = 0.0, sumL = 0.0;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    const double l = lambda[b.slackRow[j]];
+    comp += s[j] * l;
+    sumS += s[j];
+    sumL += l;
+  }
+  const double centreS = sumL > 0.0 ? 0.5 * comp / sumL : 0.0, centreL = sumS > 0.0 ? 0.5 * comp / sumS : 0.0;
+  for (int j = 0; j < b.nSlacks; ++j) {
+    if (centreS > tol) s[j] += centreS;
+    if (centreL > tol) lambda[b.slackRow[j]] += centreL;
+    // A slack or multiplier left at zero (no shift needed it) keeps the
+    // smallest positive start the method uses elsewhere.
+    s[j] = std::max(s[j], 1e-8);
+    double &l = lambda[b.slackRow[j]];
+    l = std::max(l, 1e-8);
+  }
+  return shifted || centreS > tol || centreL > tol;
+}

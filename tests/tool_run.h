@@ -21,6 +21,7 @@ struct ToolSummary {
   bool found = false;
   int status = 1;
   double objective = NAN;
+  int iterations = -1;
 };
 
 struct ToolRun {
@@ -39,6 +40,8 @@ inline ToolSummary toolParseSummary(const std::string &output) {
     if (line.rfind("morvex: ", 0) != 0 || st == std::string::npos) continue;
     ToolSummary t;
     t.found = std::sscanf(line.c_str() + st, " status=%d objective=%lf", &t.status, &t.objective) == 2;
+    const size_t it = line.find(" iterations=");
+    if (it != std::string::npos) std::sscanf(line.c_str() + it, " iterations=%d", &t.iterations);
     if (t.found) s = t;
   }
   return s;
