@@ -187,13 +187,16 @@ void barRejectStep(MXL_context *ctx, BarrierState &b) {
 // accepted. Returns 1 when the functions are undefined there (the
 // ordinary search then runs), else 0 or a code that ends the solve.
 int barConvexStartStep(MXL_context *ctx, BarrierState &b) {
-  // The step comes cut to the fraction to the boundary; the start takes it
-  // whole.
-  const double aP = b.alphaMaxPrimal > 0.0 ? 1.0 / b.alphaMaxPrimal : 1.0;
-  const double aD = b.alphaMaxDual > 0.0 ? 1.0 / b.alphaMaxDual : 1.0;
-  for (int i = 0; i < b.nX; ++i) b.xTrial[i] = b.x[i] + aP * b.d[i];
-  for (int j = b.nX; j < b.nFull; ++j) b.xTrial[j] = (1.0 + aP * b.d[j]) * b.x[j];
-  for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + aD * b.dLambda[r];
+  // The predictor (the Newton step towards mu 0) where the rule computed
+  // one, else the step itself; either is taken whole, not cut to the
+  // fraction to the boundary.
+  const bool aff = b.probing;
+  const double *dx = aff ? b.dAff.data() : b.d.data(), *dl = aff ? b.dLambdaAff.data() : b.dLambda.data();
+  const double aP = !aff && b.alphaMaxPrimal > 0.0 ? 1.0 / b.alphaMaxPrimal : 1.0;
+  const double aD = !aff && b.alphaMaxDual > 0.0 ? 1.0 / b.alphaMaxDual : 1.0;
+  for (int i = 0; i < b.nX; ++i) b.xTrial[i] = b.x[i] + aP * dx[i];
+  for (int j = b.nX; j < b.nFull; ++j) b.xTrial[j] = (1.0 + aP * dx[j]) * b.x[j];
+  for (int r = 0; r < b.mFull; ++r) b.lambdaTrial[r] = b.lambda[r] + aD * dl[r];
   if (computeshift(ctx, b, b.xTrial.data() + b.nX, b.lambdaTrial.data()) && ctx->opt.debug > 0 && ctx->opt.outlev > 0)
     mxl_printf(ctx, "Morvex barrier algorithm shifted slacks.\n");
   const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fObjTrial, &b.fTildeTrial, b.cModelTrial.data(), b.cTrial.data());
