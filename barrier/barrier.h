@@ -473,8 +473,8 @@ void barrierReturnMultipliers(MXL_context *ctx, BarrierState &b);
 // Switches between the free rules and the monotone safeguard (bar_globalize).
 void nlpGlobalize(MXL_context *ctx, BarrierState &b);
 double getBarCompErr(const BarrierState &b, const double *x, const double *lambda, const double *r, double mu);
-// r = gradPhi - A' lambda over the full iterate; returns the infinity norm of
-// its primal block.
 // Whether the run has used up maxtime_cpu or maxtime_real.
 bool barTimeUp(MXL_context *ctx);
+// r = gradPhi - A' lambda over the full iterate; returns the infinity norm of
+// its primal block.
 double barrierDualResidual(const BarrierState &b, const double *xs, const double *lambda, double *r);

@@ -179,8 +179,6 @@ void barRejectStep(MXL_context *ctx, BarrierState &b) {
   b.directStepOk = false;
 }
 
-// A direct step with its line search; a corrector that failed is tried
-// once more without.
 // The convex start (bar_initpt 1) replaces the search of the very first
 // direct step: the step is taken whole, the slacks and multipliers it
 // drove through zero are shifted back inside, and the shifted point is
@@ -212,6 +210,8 @@ bool barConvexStartWanted(const MXL_context *ctx, const BarrierState &b) {
          !b.feasibleMode && ctx->resolvedHonorbnds != 1 && b.restartCount == 0;
 }
 
+// A direct step with its line search; a corrector that failed is tried
+// once more without.
 int barTakeDirectStep(MXL_context *ctx, BarrierState &b) {
   b.noCorrectors = false;
   for (int attempt = 0; attempt < 2; ++attempt) {
@@ -463,10 +463,10 @@ static int barFeasibleFallbackCode(const BarrierState &b, double bestOptErr) {
     case MX_RC_INFEAS_XTOL:
     case MX_RC_INFEAS_NO_IMPROVE:
       return bestOptErr <= 100.0 * b.tolOpt ? -100 : -102;
-    case -410:
-    case -411:
-    case -412:
-      return b.barStatus + 10;
+    case MX_RC_ITER_LIMIT_INFEAS:
+    case MX_RC_TIME_LIMIT_INFEAS:
+    case MX_RC_FEVAL_LIMIT_INFEAS:
+      return b.barStatus + 10;  // the same limit, feasible
     default:
       return b.barStatus;
   }

@@ -122,12 +122,10 @@ bool computeshift(MXL_context *ctx, BarrierState &b, double *s, double *lambda) 
   }
   const double tol = ctx->opt.bar_initshifttol;
   const double shiftS = std::max(-1.5 * minS, 0.0), shiftL = std::max(-1.5 * minL, 0.0);
-  bool shifted = false;
   for (int j = 0; j < b.nSlacks; ++j) {
     if (shiftS > tol) s[j] += shiftS;
     if (shiftL > tol) lambda[b.slackRow[j]] += shiftL;
   }
-  shifted = shiftS > tol || shiftL > tol;
   double comp = 0.0, sumS = 0.0, sumL = 0.0;
   for (int j = 0; j < b.nSlacks; ++j) {
     const double l = lambda[b.slackRow[j]];
@@ -145,5 +143,5 @@ bool computeshift(MXL_context *ctx, BarrierState &b, double *s, double *lambda) 
     double &l = lambda[b.slackRow[j]];
     l = std::max(l, 1e-8);
   }
-  return shifted || centreS > tol || centreL > tol;
+  return shiftS > tol || shiftL > tol || centreS > tol || centreL > tol;
 }
