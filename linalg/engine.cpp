@@ -29,7 +29,13 @@ int linAnalyze(LinSystem &sys, LinEngineKind kind, const LinSettings &s, int n, 
   sys.row.assign(row, row + nnz);
   sys.col.assign(col, col + nnz);
   sys.val.assign(static_cast<size_t>(nnz), 0.0);
-  const int st = kind == LIN_ENGINE_MUMPS ? mumpsAnalyze(sys) : denseAnalyze(sys);
+  int st;
+  if (kind == LIN_ENGINE_MUMPS)
+    st = mumpsAnalyze(sys);
+  else if (kind == LIN_ENGINE_LDL)
+    st = ldlAnalyze(sys);
+  else
+    st = denseAnalyze(sys);
   if (st != LIN_OK) {
     linRelease(sys);
     return st;
@@ -53,7 +59,13 @@ LinFactorInfo linFactor(LinSystem &sys, const double *val) {
   double mx = 0.0;
   for (double v : sys.val) mx = std::max(mx, std::fabs(v));
   sys.maxAbs = mx;
-  LinFactorInfo info = sys.kind == LIN_ENGINE_MUMPS ? mumpsFactor(sys) : denseFactor(sys);
+  LinFactorInfo info;
+  if (sys.kind == LIN_ENGINE_MUMPS)
+    info = mumpsFactor(sys);
+  else if (sys.kind == LIN_ENGINE_LDL)
+    info = ldlFactor(sys);
+  else
+    info = denseFactor(sys);
   sys.info = info;
   if (info.status != LIN_OK)
     sys.stage = 1;
@@ -81,7 +93,8 @@ double linResidualInf(const LinSystem &sys, const double *x, const double *b) {
 }
 
 static int linSolveOnce(LinSystem &sys, double *rhs) {
-  return sys.kind == LIN_ENGINE_MUMPS ? mumpsSolve(sys, rhs) : denseSolve(sys, rhs);
+  if (sys.kind == LIN_ENGINE_MUMPS) return mumpsSolve(sys, rhs);
+  return sys.kind == LIN_ENGINE_LDL ? ldlSolve(sys, rhs) : denseSolve(sys, rhs);
 }
 
 int linSolve(LinSystem &sys, double *rhs) {
@@ -109,6 +122,7 @@ int linSolve(LinSystem &sys, double *rhs) {
 void linRelease(LinSystem &sys) {
   if (sys.mumps) mumpsRelease(sys);
   if (sys.dense) denseRelease(sys);
+  if (sys.ldl) ldlRelease(sys);
   sys.stage = 0;
   sys.n = 0;
   sys.info = LinFactorInfo();
@@ -172,6 +186,6 @@ int linEngineForSystem(MXL_context *ctx, int linsolver, int n, LinEngineKind *ki
     *kind = LIN_ENGINE_DENSE;
     return 3;
   }
-  *kind = n <= LIN_DENSE_MAX_ROWS ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
+  *kind = n <= LIN_DENSE_MAX_ROWS ? LIN_ENGINE_DENSE : LIN_ENGINE_LDL;
   return linsolver;
 }

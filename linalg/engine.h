@@ -20,7 +20,9 @@ enum LinOrdering { LIN_ORDER_AUTO = -1, LIN_ORDER_BEST = 0, LIN_ORDER_AMD = 1, L
 
 // Engines that can be had here. Engine numbers of the linsolver option map
 // onto these through linEngineForSystem.
-enum LinEngineKind { LIN_ENGINE_DENSE = 1, LIN_ENGINE_MUMPS = 2 };
+// The sparse LDL^T engine hands a system to the multifrontal one where its
+// factor would be costly or its pivots untrustworthy.
+enum LinEngineKind { LIN_ENGINE_DENSE = 1, LIN_ENGINE_MUMPS = 2, LIN_ENGINE_LDL = 3 };
 
 // Status values of the engine operations (0 is success).
 enum LinStatus {
@@ -60,9 +62,11 @@ struct LinFactorInfo {
 
 struct LinMumpsState;
 struct LinDenseState;
+struct LinLdlState;
 // Deleters defined beside each engine, which alone knows its state.
 struct LinMumpsDeleter { void operator()(LinMumpsState *p) const; };
 struct LinDenseDeleter { void operator()(LinDenseState *p) const; };
+struct LinLdlDeleter { void operator()(LinLdlState *p) const; };
 
 // One system: the engine's state, a copy of the pattern and of the values
 // of the last factorization (for the refinement residual).
@@ -79,6 +83,7 @@ struct LinSystem {
   std::vector<int> userOrder;         // the permutation handed to the engine, if any
   std::unique_ptr<LinMumpsState, LinMumpsDeleter> mumps;
   std::unique_ptr<LinDenseState, LinDenseDeleter> dense;
+  std::unique_ptr<LinLdlState, LinLdlDeleter> ldl;
 
   LinSystem();
   ~LinSystem();
@@ -125,6 +130,11 @@ void mumpsRelease(LinSystem &sys);
 std::vector<int> mumpsPivotOrder(const LinSystem &sys);
 // The engine's own code of the ordering it applied (1: the one handed over).
 int mumpsOrderingCode(const LinSystem &sys);
+
+int ldlAnalyze(LinSystem &sys);
+LinFactorInfo ldlFactor(LinSystem &sys);
+int ldlSolve(LinSystem &sys, double *rhs);
+void ldlRelease(LinSystem &sys);
 
 int denseAnalyze(LinSystem &sys);
 LinFactorInfo denseFactor(LinSystem &sys);

@@ -101,14 +101,14 @@ TEST(EngineChoice, EngineNumbersMapOntoAvailableEngines) {
   LinEngineKind kind = LIN_ENGINE_DENSE;
   for (int e : {6, 7, 8}) {
     EXPECT_EQ(linEngineForSystem(cc.ctx, e, 5000, &kind), 5);
-    EXPECT_EQ(kind, LIN_ENGINE_MUMPS);
+    EXPECT_EQ(kind, LIN_ENGINE_LDL);
     EXPECT_EQ(cc.take(), "WARNING: linsolver=" + std::to_string(e) +
                              " is not available in this build.\n         Changing linsolver to 5.\n");
   }
   EXPECT_EQ(linEngineForSystem(cc.ctx, 4, LIN_DENSE_MAX_ROWS, &kind), 4);
   EXPECT_EQ(kind, LIN_ENGINE_DENSE);
   EXPECT_EQ(linEngineForSystem(cc.ctx, 5, LIN_DENSE_MAX_ROWS + 1, &kind), 5);
-  EXPECT_EQ(kind, LIN_ENGINE_MUMPS);
+  EXPECT_EQ(kind, LIN_ENGINE_LDL);
   EXPECT_EQ(linEngineForSystem(cc.ctx, 3, 100000, &kind), 3);
   EXPECT_EQ(kind, LIN_ENGINE_DENSE);
   EXPECT_EQ(linEngineForSystem(cc.ctx, -1, 10, &kind), 0);
@@ -140,9 +140,9 @@ TEST(LinEngines, RandomKktMatchEigenDecomposition) {
     LinSettings s;
     s.scaling = accepted % 3;
     s.pivotTol = accepted % 2 ? 1e-8 : 0.1;
-    for (int e = 0; e < 4; ++e) {
-      const LinEngineKind kind = e == 0 ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
-      if (e > 0) s.ordering = orderings[e - 1];
+    for (int e = 0; e < 5; ++e) {
+      const LinEngineKind kind = e == 0 ? LIN_ENGINE_DENSE : e == 4 ? LIN_ENGINE_LDL : LIN_ENGINE_MUMPS;
+      if (e > 0 && e < 4) s.ordering = orderings[e - 1];
       const EngineRun r = runEngine(k, kind, s, b);
       SCOPED_TRACE(testing::Message() << "matrix " << accepted << " n=" << k.n << " engine "
                                       << e << " neg=" << ref.neg << " zero=" << ref.zero);
@@ -258,7 +258,7 @@ TEST(LinEngines, RefusesBadInputAndOrder) {
   std::vector<int> badRow = k.row;
   badRow[3] = k.n;
   std::vector<double> x(static_cast<size_t>(k.n), 1.0);
-  for (LinEngineKind kind : {LIN_ENGINE_DENSE, LIN_ENGINE_MUMPS}) {
+  for (LinEngineKind kind : {LIN_ENGINE_DENSE, LIN_ENGINE_MUMPS, LIN_ENGINE_LDL}) {
     LinSystem sys;
     EXPECT_EQ(linFactor(sys, k.val.data()).status, LIN_ERR_ORDER);
     EXPECT_EQ(linSolve(sys, x.data()), LIN_ERR_ORDER);
@@ -271,4 +271,136 @@ TEST(LinEngines, RefusesBadInputAndOrder) {
     EXPECT_EQ(info.negEig, 2);
     EXPECT_EQ(linSolve(sys, x.data()), LIN_OK);
   }
+}
+
+namespace {
+
+// The grid KKT matrix with equality rows (row diagonal rowDiag) and as many
+// rows again on single grid points, which an ordering puts before their
+// one neighbour.
+KktCase kktEquality(int g, int rows, double rowDiag) {
+  KktCase k = kktGrid(g, rows, false);
+  for (size_t e = k.val.size() - static_cast<size_t>(rows); e < k.val.size(); ++e) k.val[e] = rowDiag;
+  const int base = k.n;
+  k.n += rows;
+  for (int r = 0; r < rows; ++r) {
+    kktAdd(k, base + r, (7 * r + 3) % (g * g), 1.0);
+    kktAdd(k, base + r, base + r, rowDiag);
+  }
+  return k;
+}
+
+struct LdlRun {
+  LinEngineKind afterAnalysis = LIN_ENGINE_LDL, afterFactor = LIN_ENGINE_LDL;
+  LinFactorInfo info;
+  std::vector<double> x;
+  double residual = 0.0;
+  int solve = 0;
+};
+
+// Factors and solves once per value set on one analysis of the pattern.
+std::vector<LdlRun> ldlRuns(const KktCase &k, const std::vector<std::vector<double>> &values,
+                            const std::vector<double> &b) {
+  std::vector<LdlRun> runs;
+  LinSystem sys;
+  const int st = linAnalyze(sys, LIN_ENGINE_LDL, LinSettings(), k.n, static_cast<nnzint>(k.row.size()),
+                            k.row.data(), k.col.data());
+  EXPECT_EQ(st, LIN_OK);
+  for (const std::vector<double> &v : values) {
+    LdlRun r;
+    r.afterAnalysis = runs.empty() ? sys.kind : runs.back().afterAnalysis;
+    r.info = linFactor(sys, v.data());
+    r.afterFactor = sys.kind;
+    r.x = b;
+    r.solve = linSolve(sys, r.x.data());
+    if (r.solve == LIN_OK) r.residual = linResidualInf(sys, r.x.data(), b.data());
+    runs.push_back(r);
+  }
+  return runs;
+}
+
+}  // namespace
+
+// The sparse LDL^T engine keeps a low-fill KKT matrix whose equality rows
+// have zero diagonals, including rows an ordering would eliminate before
+// their only neighbour, and a row shift that comes and goes between
+// factorizations. It agrees with the multifrontal engine on inertia and
+// solution.
+TEST(LdlEngine, FactorsKktMatricesWithZeroDiagonals) {
+  const KktCase k = kktEquality(20, 12, 0.0);
+  std::mt19937 rng(11);
+  const std::vector<double> b = randomRhs(rng, k.n);
+  std::vector<double> shifted = k.val;
+  for (size_t e = 0; e < k.row.size(); ++e)
+    if (k.row[e] == k.col[e] && k.row[e] >= 400) shifted[e] = -1e-8;
+  const std::vector<LdlRun> runs = ldlRuns(k, {k.val, shifted, k.val}, b);
+  const EngineRun ref = runEngine(k, LIN_ENGINE_MUMPS, LinSettings(), b);
+  ASSERT_EQ(ref.info.negEig, 24);
+  for (size_t i = 0; i < runs.size(); ++i) {
+    SCOPED_TRACE(testing::Message() << "factorization " << i);
+    const LdlRun &r = runs[i];
+    EXPECT_EQ(r.afterAnalysis, LIN_ENGINE_LDL);
+    EXPECT_EQ(r.afterFactor, LIN_ENGINE_LDL);
+    ASSERT_EQ(r.info.status, LIN_OK);
+    EXPECT_FALSE(r.info.singular());
+    EXPECT_EQ(r.info.negEig, 24);
+    ASSERT_EQ(r.solve, LIN_OK);
+    if (i == 1) continue;
+    EXPECT_LE(r.residual, 1e-12 * ref.bnorm);
+    for (int j = 0; j < k.n; ++j) ASSERT_NEAR(r.x[j], ref.x[j], 1e-9 * (1.0 + std::fabs(ref.x[j])));
+  }
+}
+
+// What the engine cannot factor safely without pivoting goes to the
+// multifrontal engine, with the same answers: a factor with much fill (at
+// the analysis, for good), a zero pivot in any order (for that factor), and
+// a singular matrix.
+TEST(LdlEngine, HandsOverCostlyUnstableAndSingularSystems) {
+  std::mt19937 rng(3);
+  // A dense 500-row block: its factor has 500^2 / 2 entries.
+  KktCase dense;
+  dense.n = 500;
+  std::uniform_real_distribution<double> u(-1.0, 1.0);
+  for (int i = 0; i < dense.n; ++i) {
+    kktAdd(dense, i, i, 600.0);
+    for (int j = 0; j < i; ++j) kktAdd(dense, i, j, u(rng));
+  }
+  // [0 1; 1 0] in either order leaves a zero pivot.
+  KktCase swap;
+  swap.n = 2;
+  kktAdd(swap, 0, 0, 0.0);
+  kktAdd(swap, 1, 1, 0.0);
+  kktAdd(swap, 1, 0, 1.0);
+  // Two equal equality rows without a shift.
+  KktCase twin = kktEquality(6, 2, 0.0);
+  const size_t entries = twin.row.size();
+  for (size_t e = 0; e < entries; ++e)
+    if (twin.row[e] == 36 && twin.col[e] < 36) kktAdd(twin, twin.n, twin.col[e], twin.val[e]);
+  kktAdd(twin, twin.n, twin.n, 0.0);
+  ++twin.n;
+  const EngineRun twinRef = runEngine(twin, LIN_ENGINE_MUMPS, LinSettings(), randomRhs(rng, twin.n));
+  ASSERT_TRUE(twinRef.info.singular());
+
+  const std::vector<double> bd = randomRhs(rng, dense.n), bs = {1.0, 2.0};
+  const LdlRun d = ldlRuns(dense, {dense.val}, bd)[0];
+  EXPECT_EQ(d.afterAnalysis, LIN_ENGINE_MUMPS);
+  EXPECT_EQ(d.info.negEig, 0);
+  EXPECT_LE(d.residual, 1e-12 * 600.0);
+  // A factor handed over is solved by the engine that made it; the next
+  // factorization tries again, and the fifth failure keeps the system
+  // with the multifrontal engine.
+  const std::vector<double> good = {2.0, -3.0, 1.0};
+  const std::vector<LdlRun> s = ldlRuns(swap, {swap.val, good, swap.val, swap.val, swap.val, swap.val, good}, bs);
+  for (size_t i = 0; i < s.size(); ++i) {
+    SCOPED_TRACE(testing::Message() << "factorization " << i);
+    EXPECT_EQ(s[i].afterFactor, i < 5 ? LIN_ENGINE_LDL : LIN_ENGINE_MUMPS);
+    EXPECT_EQ(s[i].info.negEig, 1);
+    ASSERT_EQ(s[i].solve, LIN_OK);
+    const bool isGood = i == 1 || i == 6;
+    EXPECT_NEAR(s[i].x[0], isGood ? 5.0 / 7.0 : 2.0, 1e-14);
+    EXPECT_NEAR(s[i].x[1], isGood ? -3.0 / 7.0 : 1.0, 1e-14);
+  }
+  const LdlRun t = ldlRuns(twin, {twin.val}, randomRhs(rng, twin.n))[0];
+  EXPECT_TRUE(t.info.singular());
+  EXPECT_EQ(t.solve, LIN_ERR_SINGULAR);
 }

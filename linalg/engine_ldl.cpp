@@ -1,0 +1,305 @@
+// Sparse LDL^T without pivoting, for the systems whose factor has little
+// fill. On such a system the multifrontal engine spends far more on its
+// bookkeeping than on the elimination: a KKT matrix of 10,000 rows with a
+// diagonal Hessian and two dense rows took it 21 ms to factor and 4.5 ms
+// to solve, where the elimination itself is a few hundred microseconds.
+//
+// The rows are ordered by nested dissection once; the factor follows row
+// by row (each row of L a sparse triangular solve along the elimination
+// tree), so that a factorization costs its operations and no more.
+//
+// Without pivoting the factor is only trusted where it is plainly stable.
+// A pivot that is null against the matrix, or that is what is left of a
+// cancellation of ten digits or more, hands the factorization to the
+// multifrontal engine, which pivots and tells true singularity from a poor
+// order; after five such hand-overs the system stays there. A factor whose
+// operation count makes the multifrontal engine, with its dense kernels,
+// the faster one goes there at once.
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+#include "linalg/engine.h"
+
+struct LinLdlState {
+  std::vector<int> perm, pinv;  // perm[k]: row at place k; pinv: its inverse
+  // Upper triangle of P A P' by columns, with where each input entry adds.
+  std::vector<nnzint> ap;
+  std::vector<int> ai;
+  std::vector<double> ax;
+  std::vector<nnzint> entryPos;
+  // Elimination tree and the factor: L by columns (unit diagonal, not
+  // stored), D its pivots.
+  std::vector<int> parent, lnz;
+  std::vector<nnzint> lp;
+  std::vector<int> li;
+  std::vector<double> lx, d;
+  // Work of the numeric phase.
+  std::vector<int> flag, pattern;
+  std::vector<double> y, diagWork;
+  std::vector<int> firstWork;
+  double flops = 0.0;
+  // A factor the engine did not trust is taken by the multifrontal engine
+  // (viaMumps); after a few such factors the system stays there.
+  bool viaMumps = false;
+  int failures = 0;
+};
+
+void LinLdlDeleter::operator()(LinLdlState *p) const { delete p; }
+
+namespace {
+
+// Operations of elimination above which the multifrontal engine wins: its
+// overhead per row, paid back by dense kernels once the fronts grow.
+bool ldlTooCostly(const LinLdlState &s, int n) { return s.flops > 1e6 + 2000.0 * n; }
+
+// The upper triangle of P A P' by columns, duplicates merged, and the
+// place of each input entry in it.
+void ldlPermutedPattern(const LinSystem &sys, LinLdlState &s) {
+  const int n = sys.n;
+  const size_t nnz = sys.row.size();
+  std::vector<int> count(static_cast<size_t>(n) + 1, 0);
+  std::vector<std::pair<int, int>> rc(nnz);
+  for (size_t k = 0; k < nnz; ++k) {
+    const int a = s.pinv[sys.row[k]], b = s.pinv[sys.col[k]];
+    rc[k] = {std::min(a, b), std::max(a, b)};
+    ++count[rc[k].second + 1];
+  }
+  std::vector<nnzint> start(static_cast<size_t>(n) + 1, 0);
+  for (int j = 0; j < n; ++j) start[j + 1] = start[j] + count[j + 1];
+  // Bucket by column, then sort each column by row.
+  std::vector<size_t> order(nnz);
+  std::vector<nnzint> next(start.begin(), start.end() - 1);
+  for (size_t k = 0; k < nnz; ++k) order[static_cast<size_t>(next[rc[k].second]++)] = k;
+  s.ap.assign(static_cast<size_t>(n) + 1, 0);
+  s.ai.clear();
+  s.entryPos.assign(nnz, 0);
+  for (int j = 0; j < n; ++j) {
+    auto b = order.begin() + start[j], e = order.begin() + start[j + 1];
+    std::sort(b, e, [&](size_t p, size_t q) { return rc[p].first < rc[q].first; });
+    for (auto it = b; it != e; ++it) {
+      const int i = rc[*it].first;
+      if (s.ai.size() == static_cast<size_t>(s.ap[j]) || s.ai.back() != i) s.ai.push_back(i);
+      s.entryPos[*it] = static_cast<nnzint>(s.ai.size()) - 1;
+    }
+    s.ap[j + 1] = static_cast<nnzint>(s.ai.size());
+  }
+  s.ax.assign(s.ai.size(), 0.0);
+}
+
+// Elimination tree, column counts of L and the operation count.
+void ldlSymbolic(int n, LinLdlState &s) {
+  s.parent.assign(static_cast<size_t>(n), -1);
+  s.lnz.assign(static_cast<size_t>(n), 0);
+  s.flag.assign(static_cast<size_t>(n), -1);
+  for (int k = 0; k < n; ++k) {
+    s.flag[k] = k;
+    for (nnzint p = s.ap[k]; p < s.ap[k + 1]; ++p) {
+      for (int i = s.ai[p]; i < k && s.flag[i] != k; i = s.parent[i]) {
+        if (s.parent[i] == -1) s.parent[i] = k;
+        ++s.lnz[i];
+        s.flag[i] = k;
+      }
+    }
+  }
+  s.lp.assign(static_cast<size_t>(n) + 1, 0);
+  s.flops = 0.0;
+  for (int k = 0; k < n; ++k) {
+    s.lp[k + 1] = s.lp[k] + s.lnz[k];
+    const double c = s.lnz[k];
+    s.flops += c * c + c;
+  }
+  s.li.assign(static_cast<size_t>(s.lp[n]), 0);
+  s.lx.assign(static_cast<size_t>(s.lp[n]), 0.0);
+  s.d.assign(static_cast<size_t>(n), 0.0);
+  s.y.assign(static_cast<size_t>(n), 0.0);
+  s.pattern.assign(static_cast<size_t>(n), 0);
+}
+
+int ldlOrderAndAnalyse(LinSystem &sys, LinLdlState &s, std::vector<int> position) {
+  const int n = sys.n;
+  if (static_cast<int>(position.size()) != n) {
+    position.resize(static_cast<size_t>(n));
+    for (int i = 0; i < n; ++i) position[i] = i;
+  }
+  s.pinv = std::move(position);
+  s.perm.assign(static_cast<size_t>(n), 0);
+  for (int i = 0; i < n; ++i) s.perm[s.pinv[i]] = i;
+  ldlPermutedPattern(sys, s);
+  ldlSymbolic(n, s);
+  return LIN_OK;
+}
+
+// A row whose diagonal is zero cannot be the first of its neighbours to go:
+// its pivot would be exactly zero. Such rows (the equality rows of a KKT
+// matrix) move to just after their earliest neighbour. Which diagonals are
+// zero depends on the values (a row shift may come and go), so this is
+// checked at each factorization, in one pass over the entries.
+bool ldlDelayZeroDiagonals(LinSystem &sys, LinLdlState &s) {
+  const int n = sys.n;
+  std::vector<double> &diag = s.diagWork;
+  std::vector<int> &first = s.firstWork;  // earliest neighbour's place
+  diag.assign(static_cast<size_t>(n), 0.0);
+  first.assign(static_cast<size_t>(n), n);
+  for (size_t k = 0; k < sys.row.size(); ++k) {
+    const int i = sys.row[k], j = sys.col[k];
+    if (i == j) {
+      diag[i] += sys.val[k];
+    } else if (sys.val[k] != 0.0) {
+      first[i] = std::min(first[i], s.pinv[j]);
+      first[j] = std::min(first[j], s.pinv[i]);
+    }
+  }
+  auto stuck = [&](int i) { return diag[i] == 0.0 && first[i] < n && first[i] > s.pinv[i]; };
+  int count = 0;
+  for (int i = 0; i < n; ++i) count += stuck(i) ? 1 : 0;
+  if (count == 0) return false;
+  // Stable: every other row keeps its relative place.
+  std::vector<std::pair<int, int>> moved;
+  for (int i = 0; i < n; ++i)
+    if (stuck(i)) moved.push_back({first[i], i});
+  std::sort(moved.begin(), moved.end());
+  std::vector<int> position(static_cast<size_t>(n));
+  int next = 0;
+  size_t m = 0;
+  for (int k = 0; k < n; ++k) {
+    const int v = s.perm[k];
+    if (!stuck(v)) position[v] = next++;
+    for (; m < moved.size() && moved[m].first == k; ++m) position[moved[m].second] = next++;
+  }
+  ldlOrderAndAnalyse(sys, s, std::move(position));
+  return true;
+}
+
+// Row k of L and the pivot d_k. Returns false when the pivot cannot be
+// trusted without pivoting.
+bool ldlRow(LinLdlState &s, int k, int n, double nullTol) {
+  int top = n;
+  s.flag[k] = k;
+  s.lnz[k] = 0;
+  double scale = 0.0;
+  for (nnzint p = s.ap[k]; p < s.ap[k + 1]; ++p) {
+    int i = s.ai[p];
+    s.y[i] += s.ax[p];
+    int len = 0;
+    for (; s.flag[i] != k; i = s.parent[i]) {
+      s.pattern[len++] = i;
+      s.flag[i] = k;
+    }
+    while (len > 0) s.pattern[--top] = s.pattern[--len];
+  }
+  double dk = s.y[k];
+  scale = std::fabs(dk);
+  s.y[k] = 0.0;
+  for (; top < n; ++top) {
+    const int i = s.pattern[top];
+    const double yi = s.y[i];
+    s.y[i] = 0.0;
+    const nnzint end = s.lp[i] + s.lnz[i];
+    for (nnzint p = s.lp[i]; p < end; ++p) s.y[s.li[p]] -= s.lx[p] * yi;
+    const double lki = yi / s.d[i];
+    const double t = lki * yi;
+    dk -= t;
+    scale = std::max(scale, std::fabs(t));
+    s.li[end] = k;
+    s.lx[end] = lki;
+    ++s.lnz[i];
+  }
+  s.d[k] = dk;
+  return std::isfinite(dk) && std::fabs(dk) > nullTol && std::fabs(dk) > 1e-10 * scale;
+}
+
+// Numeric factorization; false when a pivot is not trusted.
+bool ldlNumeric(LinSystem &sys, LinLdlState &s, LinFactorInfo &info) {
+  const int n = sys.n;
+  std::fill(s.ax.begin(), s.ax.end(), 0.0);
+  for (size_t k = 0; k < sys.val.size(); ++k) s.ax[static_cast<size_t>(s.entryPos[k])] += sys.val[k];
+  std::fill(s.flag.begin(), s.flag.end(), -1);
+  const double nullTol = sys.settings.nullPivotTol * std::max(sys.maxAbs, 1e-300);
+  info.negEig = 0;
+  for (int k = 0; k < n; ++k) {
+    if (!ldlRow(s, k, n, nullTol)) {
+      std::fill(s.y.begin(), s.y.end(), 0.0);
+      return false;
+    }
+    if (s.d[k] < 0.0) ++info.negEig;
+  }
+  return true;
+}
+
+// Gives this factorization to the multifrontal engine, analysing for it on
+// the first time; the fifth time, the system stays with it for good.
+LinFactorInfo ldlHandOver(LinSystem &sys, LinLdlState &s) {
+  constexpr int kFailuresKept = 5;
+  LinFactorInfo info;
+  if (!sys.mumps) {
+    info.status = mumpsAnalyze(sys);
+    if (info.status != LIN_OK) return info;
+  }
+  if (++s.failures >= kFailuresKept) {
+    sys.kind = LIN_ENGINE_MUMPS;
+    sys.ldl.reset();
+  } else {
+    s.viaMumps = true;
+  }
+  return mumpsFactor(sys);
+}
+
+}  // namespace
+
+int ldlAnalyze(LinSystem &sys) {
+  LinLdlState *s = new (std::nothrow) LinLdlState;
+  if (s == nullptr) return LIN_ERR_MEMORY;
+  sys.ldl.reset(s);
+  try {
+    std::vector<int> position = metisOrdering(sys.n, static_cast<nnzint>(sys.row.size()), sys.row.data(),
+                                              sys.col.data());
+    ldlOrderAndAnalyse(sys, *s, std::move(position));
+  } catch (const std::bad_alloc &) {
+    sys.ldl.reset();
+    return LIN_ERR_MEMORY;
+  }
+  sys.lastOrdering = LIN_ORDER_METIS;
+  if (!ldlTooCostly(*s, sys.n)) return LIN_OK;
+  sys.ldl.reset();
+  sys.kind = LIN_ENGINE_MUMPS;
+  return mumpsAnalyze(sys);
+}
+
+LinFactorInfo ldlFactor(LinSystem &sys) {
+  LinLdlState &s = *sys.ldl;
+  LinFactorInfo info;
+  s.viaMumps = false;
+  try {
+    if (ldlDelayZeroDiagonals(sys, s) && ldlTooCostly(s, sys.n)) s.failures = 4;
+    if (s.failures >= 4 || !ldlNumeric(sys, s, info)) return ldlHandOver(sys, s);
+  } catch (const std::bad_alloc &) {
+    info.status = LIN_ERR_MEMORY;
+  }
+  return info;
+}
+
+int ldlSolve(LinSystem &sys, double *rhs) {
+  LinLdlState &s = *sys.ldl;
+  if (s.viaMumps) return mumpsSolve(sys, rhs);
+  const int n = sys.n;
+  double *x = s.y.data();
+  for (int k = 0; k < n; ++k) x[k] = rhs[s.perm[k]];
+  for (int j = 0; j < n; ++j) {
+    const double xj = x[j];
+    for (nnzint p = s.lp[j]; p < s.lp[j] + s.lnz[j]; ++p) x[s.li[p]] -= s.lx[p] * xj;
+  }
+  for (int j = 0; j < n; ++j) x[j] /= s.d[j];
+  for (int j = n - 1; j >= 0; --j) {
+    double xj = x[j];
+    for (nnzint p = s.lp[j]; p < s.lp[j] + s.lnz[j]; ++p) xj -= s.lx[p] * x[s.li[p]];
+    x[j] = xj;
+  }
+  for (int k = 0; k < n; ++k) {
+    rhs[s.perm[k]] = x[k];
+    x[k] = 0.0;
+  }
+  return LIN_OK;
+}
+
+void ldlRelease(LinSystem &sys) { sys.ldl.reset(); }
