@@ -186,6 +186,6 @@ int linEngineForSystem(MXL_context *ctx, int linsolver, int n, LinEngineKind *ki
     *kind = LIN_ENGINE_DENSE;
     return 3;
   }
-  *kind = n <= LIN_DENSE_MAX_ROWS ? LIN_ENGINE_DENSE : LIN_ENGINE_LDL;
+  *kind = n <= LIN_LDL_MIN_ROWS ? LIN_ENGINE_DENSE : LIN_ENGINE_LDL;
   return linsolver;
 }

@@ -106,8 +106,15 @@ void linMultiply(const LinSystem &sys, const double *x, double *y);
 // Settings from the options of a context.
 LinSettings linSettingsFromContext(const MXL_context *ctx);
 
-// Rows at or below which the dense engine beats the sparse one (bench/linalg).
+// Rows at or below which the dense engine beats the multifrontal one
+// (bench/linalg): the fallback of the sparse LDL^T up to there.
 constexpr int LIN_DENSE_MAX_ROWS = 300;
+// Rows at or below which systems go to the dense engine directly. The
+// sparse LDL^T is faster from about 20 rows on sparse KKT systems
+// (bench/linalg), but below 300 rows the gain on the collections was a few
+// percent, and the dense engine's pivoting keeps sensitive nonconvex solves
+// on the paths they were measured on.
+constexpr int LIN_LDL_MIN_ROWS = 300;
 
 // The engine that serves a resolved engine number for a system of n rows.
 // Engine numbers without an engine here print a warning once per call and

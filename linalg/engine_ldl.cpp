@@ -10,11 +10,12 @@
 //
 // Without pivoting the factor is only trusted where it is plainly stable.
 // A pivot that is null against the matrix, or that is what is left of a
-// cancellation of ten digits or more, hands the factorization to the
-// multifrontal engine, which pivots and tells true singularity from a poor
+// cancellation of ten digits or more, hands the factorization to a
+// pivoting engine (the dense one up to LIN_DENSE_MAX_ROWS rows, the
+// multifrontal one above), which also tells true singularity from a poor
 // order; after five such hand-overs the system stays there. A factor whose
-// operation count makes the multifrontal engine, with its dense kernels,
-// the faster one goes there at once.
+// operation count makes that engine, with its dense kernels, the faster
+// one goes there at once.
 #include <algorithm>
 #include <cmath>
 #include <new>
@@ -37,11 +38,13 @@ struct LinLdlState {
   // Work of the numeric phase.
   std::vector<int> flag, pattern;
   std::vector<double> y, diagWork;
-  std::vector<int> firstWork;
+  std::vector<int> firstWork, adj;
+  std::vector<nnzint> adjPtr;
+  std::vector<char> takenWork;
   double flops = 0.0;
-  // A factor the engine did not trust is taken by the multifrontal engine
-  // (viaMumps); after a few such factors the system stays there.
-  bool viaMumps = false;
+  // A factor the engine did not trust is taken by the fallback engine
+  // (viaFallback); after a few such factors the system stays there.
+  bool viaFallback = false;
   int failures = 0;
 };
 
@@ -49,9 +52,24 @@ void LinLdlDeleter::operator()(LinLdlState *p) const { delete p; }
 
 namespace {
 
-// Operations of elimination above which the multifrontal engine wins: its
-// overhead per row, paid back by dense kernels once the fronts grow.
-bool ldlTooCostly(const LinLdlState &s, int n) { return s.flops > 1e6 + 2000.0 * n; }
+// Operations of elimination above which another engine wins: on small
+// systems the dense one once the factor is a tenth as costly as a dense
+// factor (its kernels are that much faster per operation), on larger ones
+// the multifrontal one, whose overhead per row dense kernels pay back once
+// the fronts grow.
+bool ldlTooCostly(const LinLdlState &s, int n) {
+  const double rows = n;
+  return n <= LIN_DENSE_MAX_ROWS ? s.flops > rows * rows * rows / 30.0 : s.flops > 1e6 + 2000.0 * rows;
+}
+
+// The engine that takes what this one does not.
+LinEngineKind ldlFallbackKind(const LinSystem &sys) {
+  return sys.n <= LIN_DENSE_MAX_ROWS ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
+}
+
+int ldlFallbackAnalyze(LinSystem &sys) {
+  return ldlFallbackKind(sys) == LIN_ENGINE_DENSE ? denseAnalyze(sys) : mumpsAnalyze(sys);
+}
 
 // The upper triangle of P A P' by columns, duplicates merged, and the
 // place of each input entry in it.
@@ -130,42 +148,82 @@ int ldlOrderAndAnalyse(LinSystem &sys, LinLdlState &s, std::vector<int> position
   return LIN_OK;
 }
 
-// A row whose diagonal is zero cannot be the first of its neighbours to go:
-// its pivot would be exactly zero. Such rows (the equality rows of a KKT
-// matrix) move to just after their earliest neighbour. Which diagonals are
-// zero depends on the values (a row shift may come and go), so this is
-// checked at each factorization, in one pass over the entries.
-bool ldlDelayZeroDiagonals(LinSystem &sys, LinLdlState &s) {
+// A row whose diagonal is zero (an equality row of a KKT matrix) needs a
+// neighbour of its own eliminated before it: first in the order, its pivot
+// would be exactly zero, and so it is when the only neighbours before it
+// already serve other such rows. So each such row, in order, takes the
+// first of its neighbours that no earlier one took, and moves to just
+// after it when that neighbour comes later; a row whose neighbours are all
+// taken moves to just after the last of them. Which diagonals are zero
+// depends on the values (a row shift may come and go), so this is checked
+// at each factorization, in one pass over the entries.
+void ldlAdjacency(const LinSystem &sys, LinLdlState &s) {
   const int n = sys.n;
-  std::vector<double> &diag = s.diagWork;
-  std::vector<int> &first = s.firstWork;  // earliest neighbour's place
-  diag.assign(static_cast<size_t>(n), 0.0);
-  first.assign(static_cast<size_t>(n), n);
+  s.diagWork.assign(static_cast<size_t>(n), 0.0);
+  s.adjPtr.assign(static_cast<size_t>(n) + 1, 0);
   for (size_t k = 0; k < sys.row.size(); ++k) {
     const int i = sys.row[k], j = sys.col[k];
     if (i == j) {
-      diag[i] += sys.val[k];
+      s.diagWork[i] += sys.val[k];
     } else if (sys.val[k] != 0.0) {
-      first[i] = std::min(first[i], s.pinv[j]);
-      first[j] = std::min(first[j], s.pinv[i]);
+      ++s.adjPtr[i + 1];
+      ++s.adjPtr[j + 1];
     }
   }
-  auto stuck = [&](int i) { return diag[i] == 0.0 && first[i] < n && first[i] > s.pinv[i]; };
-  int count = 0;
-  for (int i = 0; i < n; ++i) count += stuck(i) ? 1 : 0;
-  if (count == 0) return false;
+  for (int i = 0; i < n; ++i) s.adjPtr[i + 1] += s.adjPtr[i];
+  s.adj.resize(static_cast<size_t>(s.adjPtr[n]));
+  s.firstWork.assign(s.adjPtr.begin(), s.adjPtr.end() - 1);
+  for (size_t k = 0; k < sys.row.size(); ++k) {
+    const int i = sys.row[k], j = sys.col[k];
+    if (i == j || sys.val[k] == 0.0) continue;
+    s.adj[static_cast<size_t>(s.firstWork[i]++)] = j;
+    s.adj[static_cast<size_t>(s.firstWork[j]++)] = i;
+  }
+}
+
+// The place each zero-diagonal row must follow (-1: where it is).
+bool ldlZeroRowTargets(LinLdlState &s, int n, std::vector<int> &target) {
+  std::vector<char> &taken = s.takenWork;
+  taken.assign(static_cast<size_t>(n), 0);
+  target.assign(static_cast<size_t>(n), -1);
+  bool any = false;
+  for (int k = 0; k < n; ++k) {
+    const int z = s.perm[k];
+    if (s.diagWork[z] != 0.0 || s.adjPtr[z] == s.adjPtr[z + 1]) continue;
+    int mine = -1, last = -1;
+    for (nnzint p = s.adjPtr[z]; p < s.adjPtr[z + 1]; ++p) {
+      const int v = s.adj[p];
+      last = std::max(last, s.pinv[v]);
+      if (!taken[v] && (mine < 0 || s.pinv[v] < s.pinv[mine])) mine = v;
+    }
+    taken[z] = 1;
+    if (mine >= 0) taken[mine] = 1;
+    const int after = mine >= 0 ? s.pinv[mine] : last;
+    if (after > k) {
+      target[z] = after;
+      any = true;
+    }
+  }
+  return any;
+}
+
+bool ldlDelayZeroDiagonals(LinSystem &sys, LinLdlState &s) {
+  const int n = sys.n;
+  ldlAdjacency(sys, s);
+  std::vector<int> &target = s.firstWork;
+  if (!ldlZeroRowTargets(s, n, target)) return false;
   // Stable: every other row keeps its relative place.
   std::vector<std::pair<int, int>> moved;
   for (int i = 0; i < n; ++i)
-    if (stuck(i)) moved.push_back({first[i], i});
+    if (target[i] >= 0) moved.push_back({target[i], s.pinv[i]});
   std::sort(moved.begin(), moved.end());
   std::vector<int> position(static_cast<size_t>(n));
   int next = 0;
   size_t m = 0;
   for (int k = 0; k < n; ++k) {
     const int v = s.perm[k];
-    if (!stuck(v)) position[v] = next++;
-    for (; m < moved.size() && moved[m].first == k; ++m) position[moved[m].second] = next++;
+    if (target[v] < 0) position[v] = next++;
+    for (; m < moved.size() && moved[m].first == k; ++m) position[s.perm[moved[m].second]] = next++;
   }
   ldlOrderAndAnalyse(sys, s, std::move(position));
   return true;
@@ -227,22 +285,23 @@ bool ldlNumeric(LinSystem &sys, LinLdlState &s, LinFactorInfo &info) {
   return true;
 }
 
-// Gives this factorization to the multifrontal engine, analysing for it on
-// the first time; the fifth time, the system stays with it for good.
+// Gives this factorization to the fallback engine, analysing for it on the
+// first time; the fifth time, the system stays with it for good.
 LinFactorInfo ldlHandOver(LinSystem &sys, LinLdlState &s) {
   constexpr int kFailuresKept = 5;
+  const LinEngineKind fallback = ldlFallbackKind(sys);
   LinFactorInfo info;
-  if (!sys.mumps) {
-    info.status = mumpsAnalyze(sys);
+  if (!sys.mumps && !sys.dense) {
+    info.status = ldlFallbackAnalyze(sys);
     if (info.status != LIN_OK) return info;
   }
   if (++s.failures >= kFailuresKept) {
-    sys.kind = LIN_ENGINE_MUMPS;
+    sys.kind = fallback;
     sys.ldl.reset();
   } else {
-    s.viaMumps = true;
+    s.viaFallback = true;
   }
-  return mumpsFactor(sys);
+  return fallback == LIN_ENGINE_DENSE ? denseFactor(sys) : mumpsFactor(sys);
 }
 
 }  // namespace
@@ -262,14 +321,14 @@ int ldlAnalyze(LinSystem &sys) {
   sys.lastOrdering = LIN_ORDER_METIS;
   if (!ldlTooCostly(*s, sys.n)) return LIN_OK;
   sys.ldl.reset();
-  sys.kind = LIN_ENGINE_MUMPS;
-  return mumpsAnalyze(sys);
+  sys.kind = ldlFallbackKind(sys);
+  return ldlFallbackAnalyze(sys);
 }
 
 LinFactorInfo ldlFactor(LinSystem &sys) {
   LinLdlState &s = *sys.ldl;
   LinFactorInfo info;
-  s.viaMumps = false;
+  s.viaFallback = false;
   try {
     if (ldlDelayZeroDiagonals(sys, s) && ldlTooCostly(s, sys.n)) s.failures = 4;
     if (s.failures >= 4 || !ldlNumeric(sys, s, info)) return ldlHandOver(sys, s);
@@ -281,7 +340,7 @@ LinFactorInfo ldlFactor(LinSystem &sys) {
 
 int ldlSolve(LinSystem &sys, double *rhs) {
   LinLdlState &s = *sys.ldl;
-  if (s.viaMumps) return mumpsSolve(sys, rhs);
+  if (s.viaFallback) return sys.dense ? denseSolve(sys, rhs) : mumpsSolve(sys, rhs);
   const int n = sys.n;
   double *x = s.y.data();
   for (int k = 0; k < n; ++k) x[k] = rhs[s.perm[k]];

@@ -105,9 +105,9 @@ TEST(EngineChoice, EngineNumbersMapOntoAvailableEngines) {
     EXPECT_EQ(cc.take(), "WARNING: linsolver=" + std::to_string(e) +
                              " is not available in this build.\n         Changing linsolver to 5.\n");
   }
-  EXPECT_EQ(linEngineForSystem(cc.ctx, 4, LIN_DENSE_MAX_ROWS, &kind), 4);
+  EXPECT_EQ(linEngineForSystem(cc.ctx, 4, LIN_LDL_MIN_ROWS, &kind), 4);
   EXPECT_EQ(kind, LIN_ENGINE_DENSE);
-  EXPECT_EQ(linEngineForSystem(cc.ctx, 5, LIN_DENSE_MAX_ROWS + 1, &kind), 5);
+  EXPECT_EQ(linEngineForSystem(cc.ctx, 5, LIN_LDL_MIN_ROWS + 1, &kind), 5);
   EXPECT_EQ(kind, LIN_ENGINE_LDL);
   EXPECT_EQ(linEngineForSystem(cc.ctx, 3, 100000, &kind), 3);
   EXPECT_EQ(kind, LIN_ENGINE_DENSE);
@@ -290,6 +290,31 @@ KktCase kktEquality(int g, int rows, double rowDiag) {
   return k;
 }
 
+// The grid's Laplacian with m equality rows, each on a 2 x 2 patch of
+// neighbouring points, spread over the grid: neighbouring rows share
+// points, so a row may find its first points already serving another.
+KktCase kktPatches(int g, int m) {
+  KktCase k;
+  const int nh = g * g;
+  k.n = nh + m;
+  for (int i = 0; i < g; ++i)
+    for (int j = 0; j < g; ++j) {
+      const int v = i * g + j;
+      kktAdd(k, v, v, 4.0);
+      if (j + 1 < g) kktAdd(k, v + 1, v, -1.0);
+      if (i + 1 < g) kktAdd(k, v + g, v, -1.0);
+    }
+  for (int r = 0; r < m; ++r) {
+    const int v = r * nh / m;
+    kktAdd(k, nh + r, v, 1.0 + 0.01 * r);
+    if (v + 1 < nh) kktAdd(k, nh + r, v + 1, 0.7);
+    if (v + g < nh) kktAdd(k, nh + r, v + g, 1.3);
+    if (v + g + 1 < nh) kktAdd(k, nh + r, v + g + 1, 0.9);
+    kktAdd(k, nh + r, nh + r, 0.0);
+  }
+  return k;
+}
+
 struct LdlRun {
   LinEngineKind afterAnalysis = LIN_ENGINE_LDL, afterFactor = LIN_ENGINE_LDL;
   LinFactorInfo info;
@@ -321,12 +346,27 @@ std::vector<LdlRun> ldlRuns(const KktCase &k, const std::vector<std::vector<doub
 
 }  // namespace
 
-// The sparse LDL^T engine keeps a low-fill KKT matrix whose equality rows
-// have zero diagonals, including rows an ordering would eliminate before
-// their only neighbour, and a row shift that comes and goes between
-// factorizations. It agrees with the multifrontal engine on inertia and
-// solution.
+// The sparse LDL^T engine keeps low-fill KKT matrices whose equality rows
+// have zero diagonals: rows an ordering would eliminate before their only
+// neighbour, rows whose first neighbours serve other rows, and a row shift
+// that comes and goes between factorizations. It agrees with the
+// multifrontal engine on inertia and solution.
 TEST(LdlEngine, FactorsKktMatricesWithZeroDiagonals) {
+  for (int rows : {30, 100, 150, 1000}) {
+    const int g = static_cast<int>(std::ceil(std::sqrt(0.75 * rows)));
+    const int m = rows - g * g;
+    const KktCase p = kktPatches(g, m);
+    std::mt19937 r(rows);
+    const std::vector<double> bp = randomRhs(r, p.n);
+    // Five factorizations: a factor handed over each time would leave the
+    // system with the pivoting engine.
+    const LdlRun run = ldlRuns(p, std::vector<std::vector<double>>(5, p.val), bp).back();
+    const EngineRun ref = runEngine(p, LIN_ENGINE_MUMPS, LinSettings(), bp);
+    EXPECT_EQ(run.afterFactor, LIN_ENGINE_LDL) << rows;
+    EXPECT_EQ(run.info.negEig, m) << rows;
+    ASSERT_EQ(run.solve, LIN_OK);
+    for (int j = 0; j < p.n; ++j) ASSERT_NEAR(run.x[j], ref.x[j], 1e-9 * (1.0 + std::fabs(ref.x[j])));
+  }
   const KktCase k = kktEquality(20, 12, 0.0);
   std::mt19937 rng(11);
   const std::vector<double> b = randomRhs(rng, k.n);
@@ -352,9 +392,9 @@ TEST(LdlEngine, FactorsKktMatricesWithZeroDiagonals) {
 }
 
 // What the engine cannot factor safely without pivoting goes to the
-// multifrontal engine, with the same answers: a factor with much fill (at
-// the analysis, for good), a zero pivot in any order (for that factor), and
-// a singular matrix.
+// multifrontal engine above 300 rows, the dense one below, with the same
+// answers: a factor with much fill (at the analysis, for good), a zero
+// pivot in any order (for that factor), and a singular matrix.
 TEST(LdlEngine, HandsOverCostlyUnstableAndSingularSystems) {
   std::mt19937 rng(3);
   // A dense 500-row block: its factor has 500^2 / 2 entries.
@@ -365,12 +405,16 @@ TEST(LdlEngine, HandsOverCostlyUnstableAndSingularSystems) {
     kktAdd(dense, i, i, 600.0);
     for (int j = 0; j < i; ++j) kktAdd(dense, i, j, u(rng));
   }
-  // [0 1; 1 0] in either order leaves a zero pivot.
+  // [0 1; 1 0] leaves a zero pivot in either order; 60 unit rows beside it.
   KktCase swap;
-  swap.n = 2;
+  swap.n = 62;
   kktAdd(swap, 0, 0, 0.0);
   kktAdd(swap, 1, 1, 0.0);
   kktAdd(swap, 1, 0, 1.0);
+  for (int i = 2; i < swap.n; ++i) kktAdd(swap, i, i, 1.0);
+  std::vector<double> good = swap.val;
+  good[0] = 2.0;
+  good[1] = -3.0;
   // Two equal equality rows without a shift.
   KktCase twin = kktEquality(6, 2, 0.0);
   const size_t entries = twin.row.size();
@@ -381,24 +425,25 @@ TEST(LdlEngine, HandsOverCostlyUnstableAndSingularSystems) {
   const EngineRun twinRef = runEngine(twin, LIN_ENGINE_MUMPS, LinSettings(), randomRhs(rng, twin.n));
   ASSERT_TRUE(twinRef.info.singular());
 
-  const std::vector<double> bd = randomRhs(rng, dense.n), bs = {1.0, 2.0};
+  const std::vector<double> bd = randomRhs(rng, dense.n), bs = randomRhs(rng, swap.n);
   const LdlRun d = ldlRuns(dense, {dense.val}, bd)[0];
   EXPECT_EQ(d.afterAnalysis, LIN_ENGINE_MUMPS);
   EXPECT_EQ(d.info.negEig, 0);
   EXPECT_LE(d.residual, 1e-12 * 600.0);
   // A factor handed over is solved by the engine that made it; the next
   // factorization tries again, and the fifth failure keeps the system
-  // with the multifrontal engine.
-  const std::vector<double> good = {2.0, -3.0, 1.0};
+  // with the dense engine.
   const std::vector<LdlRun> s = ldlRuns(swap, {swap.val, good, swap.val, swap.val, swap.val, swap.val, good}, bs);
   for (size_t i = 0; i < s.size(); ++i) {
     SCOPED_TRACE(testing::Message() << "factorization " << i);
-    EXPECT_EQ(s[i].afterFactor, i < 5 ? LIN_ENGINE_LDL : LIN_ENGINE_MUMPS);
+    EXPECT_EQ(s[i].afterAnalysis, LIN_ENGINE_LDL);
+    EXPECT_EQ(s[i].afterFactor, i < 5 ? LIN_ENGINE_LDL : LIN_ENGINE_DENSE);
     EXPECT_EQ(s[i].info.negEig, 1);
     ASSERT_EQ(s[i].solve, LIN_OK);
     const bool isGood = i == 1 || i == 6;
-    EXPECT_NEAR(s[i].x[0], isGood ? 5.0 / 7.0 : 2.0, 1e-14);
-    EXPECT_NEAR(s[i].x[1], isGood ? -3.0 / 7.0 : 1.0, 1e-14);
+    EXPECT_NEAR(s[i].x[0], isGood ? (3.0 * bs[0] + bs[1]) / 7.0 : bs[1], 1e-14);
+    EXPECT_NEAR(s[i].x[1], isGood ? (bs[0] - 2.0 * bs[1]) / 7.0 : bs[0], 1e-14);
+    for (int j = 2; j < swap.n; ++j) ASSERT_EQ(s[i].x[j], bs[j]);
   }
   const LdlRun t = ldlRuns(twin, {twin.val}, randomRhs(rng, twin.n))[0];
   EXPECT_TRUE(t.info.singular());
