@@ -40,7 +40,7 @@ struct LinLdlState {
   std::vector<double> y, diagWork;
   std::vector<int> firstWork, adj;
   std::vector<nnzint> adjPtr;
-  std::vector<char> takenWork;
+  std::vector<char> takenWork, zeroRows;
   double flops = 0.0;
   // A factor the engine did not trust is taken by the fallback engine
   // (viaFallback); after a few such factors the system stays there.
@@ -157,15 +157,30 @@ int ldlOrderAndAnalyse(LinSystem &sys, LinLdlState &s, std::vector<int> position
 // taken moves to just after the last of them. Which diagonals are zero
 // depends on the values (a row shift may come and go), so this is checked
 // at each factorization, in one pass over the entries.
-void ldlAdjacency(const LinSystem &sys, LinLdlState &s) {
+// Whether the rows with a zero diagonal are the ones the order was last
+// placed for (the placement is not idempotent: run again on its own result
+// it may move rows once more, and each move costs a symbolic analysis).
+bool ldlZeroRowsKnown(const LinSystem &sys, LinLdlState &s) {
   const int n = sys.n;
   s.diagWork.assign(static_cast<size_t>(n), 0.0);
+  for (size_t k = 0; k < sys.row.size(); ++k)
+    if (sys.row[k] == sys.col[k]) s.diagWork[sys.row[k]] += sys.val[k];
+  bool same = s.zeroRows.size() == static_cast<size_t>(n);
+  s.zeroRows.resize(static_cast<size_t>(n));
+  for (int i = 0; i < n; ++i) {
+    const char zero = s.diagWork[i] == 0.0 ? 1 : 0;
+    same = same && s.zeroRows[i] == zero;
+    s.zeroRows[i] = zero;
+  }
+  return same;
+}
+
+void ldlAdjacency(const LinSystem &sys, LinLdlState &s) {
+  const int n = sys.n;
   s.adjPtr.assign(static_cast<size_t>(n) + 1, 0);
   for (size_t k = 0; k < sys.row.size(); ++k) {
     const int i = sys.row[k], j = sys.col[k];
-    if (i == j) {
-      s.diagWork[i] += sys.val[k];
-    } else if (sys.val[k] != 0.0) {
+    if (i != j && sys.val[k] != 0.0) {
       ++s.adjPtr[i + 1];
       ++s.adjPtr[j + 1];
     }
@@ -209,6 +224,7 @@ bool ldlZeroRowTargets(LinLdlState &s, int n, std::vector<int> &target) {
 
 bool ldlDelayZeroDiagonals(LinSystem &sys, LinLdlState &s) {
   const int n = sys.n;
+  if (ldlZeroRowsKnown(sys, s)) return false;
   ldlAdjacency(sys, s);
   std::vector<int> &target = s.firstWork;
   if (!ldlZeroRowTargets(s, n, target)) return false;
