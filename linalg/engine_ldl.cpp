@@ -323,6 +323,12 @@ LinFactorInfo ldlHandOver(LinSystem &sys, LinLdlState &s) {
 }  // namespace
 
 int ldlAnalyze(LinSystem &sys) {
+  // An ordering the user chose (linsolver_ordering) is the multifrontal
+  // engine's: this one orders by nested dissection only.
+  if (sys.settings.ordering != LIN_ORDER_AUTO) {
+    sys.kind = ldlFallbackKind(sys);
+    return ldlFallbackAnalyze(sys);
+  }
   LinLdlState *s = new (std::nothrow) LinLdlState;
   if (s == nullptr) return LIN_ERR_MEMORY;
   sys.ldl.reset(s);
