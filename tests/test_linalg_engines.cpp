@@ -294,16 +294,9 @@ KktCase kktEquality(int g, int rows, double rowDiag) {
 // neighbouring points, spread over the grid: neighbouring rows share
 // points, so a row may find its first points already serving another.
 KktCase kktPatches(int g, int m) {
-  KktCase k;
+  KktCase k = kktGrid(g, 0, false);
   const int nh = g * g;
   k.n = nh + m;
-  for (int i = 0; i < g; ++i)
-    for (int j = 0; j < g; ++j) {
-      const int v = i * g + j;
-      kktAdd(k, v, v, 4.0);
-      if (j + 1 < g) kktAdd(k, v + 1, v, -1.0);
-      if (i + 1 < g) kktAdd(k, v + g, v, -1.0);
-    }
   for (int r = 0; r < m; ++r) {
     const int v = r * nh / m;
     kktAdd(k, nh + r, v, 1.0 + 0.01 * r);
