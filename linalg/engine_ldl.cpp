@@ -21,6 +21,7 @@
 #include <new>
 
 #include "linalg/engine.h"
+#include "linalg/sparse_ops.h"
 
 struct LinLdlState {
   std::vector<int> perm, pinv;  // perm[k]: row at place k; pinv: its inverse
@@ -76,32 +77,28 @@ int ldlFallbackAnalyze(LinSystem &sys) {
 void ldlPermutedPattern(const LinSystem &sys, LinLdlState &s) {
   const int n = sys.n;
   const size_t nnz = sys.row.size();
-  std::vector<int> count(static_cast<size_t>(n) + 1, 0);
-  std::vector<std::pair<int, int>> rc(nnz);
+  std::vector<int> upper(nnz), column(nnz), index(nnz);
   for (size_t k = 0; k < nnz; ++k) {
     const int a = s.pinv[sys.row[k]], b = s.pinv[sys.col[k]];
-    rc[k] = {std::min(a, b), std::max(a, b)};
-    ++count[rc[k].second + 1];
+    upper[k] = std::min(a, b);
+    column[k] = std::max(a, b);
   }
-  std::vector<nnzint> start(static_cast<size_t>(n) + 1, 0);
-  for (int j = 0; j < n; ++j) start[j + 1] = start[j] + count[j + 1];
-  // Bucket by column, then sort each column by row.
-  std::vector<size_t> order(nnz);
-  std::vector<nnzint> next(start.begin(), start.end() - 1);
-  for (size_t k = 0; k < nnz; ++k) order[static_cast<size_t>(next[rc[k].second]++)] = k;
+  std::vector<nnzint> start(static_cast<size_t>(n) + 1), place(nnz);
+  coordinateToCCS(nullptr, n, n, static_cast<nnzint>(nnz), upper.data(), column.data(), start.data(),
+                  index.data(), place.data());
+  // Rows come in ascending order inside a column: duplicates are neighbours.
+  std::vector<nnzint> merged(nnz);
   s.ap.assign(static_cast<size_t>(n) + 1, 0);
   s.ai.clear();
-  s.entryPos.assign(nnz, 0);
   for (int j = 0; j < n; ++j) {
-    auto b = order.begin() + start[j], e = order.begin() + start[j + 1];
-    std::sort(b, e, [&](size_t p, size_t q) { return rc[p].first < rc[q].first; });
-    for (auto it = b; it != e; ++it) {
-      const int i = rc[*it].first;
-      if (s.ai.size() == static_cast<size_t>(s.ap[j]) || s.ai.back() != i) s.ai.push_back(i);
-      s.entryPos[*it] = static_cast<nnzint>(s.ai.size()) - 1;
+    for (nnzint p = start[j]; p < start[j + 1]; ++p) {
+      if (s.ai.size() == static_cast<size_t>(s.ap[j]) || s.ai.back() != index[p]) s.ai.push_back(index[p]);
+      merged[p] = static_cast<nnzint>(s.ai.size()) - 1;
     }
     s.ap[j + 1] = static_cast<nnzint>(s.ai.size());
   }
+  s.entryPos.resize(nnz);
+  for (size_t k = 0; k < nnz; ++k) s.entryPos[k] = merged[place[k]];
   s.ax.assign(s.ai.size(), 0.0);
 }
 
