@@ -141,6 +141,65 @@ void barElasticSolved(MXL_context *ctx, BarrierState &b) {
   else b.forceFGUpdate = true;
 }
 
+// The least-squares multipliers at the point, min ||gradPhi - A' lambda||,
+// slack rows clipped at zero. False when the projection system cannot be
+// factored here.
+bool barLeastSquaresMultipliers(MXL_context *ctx, BarrierState &b, std::vector<double> &lambda) {
+  barrierInitializeCG(ctx, b);
+  BarCG &cg = b.cg;
+  if (!cg.aug.analysed) return false;
+  // Not marked as the factor of this point: the slacks may still be reset
+  // before the step.
+  if (!cg.factoredHere && barrierAUGfactor(ctx, b) != 0) return false;
+  std::fill(cg.workRows.begin(), cg.workRows.end(), 0.0);
+  lambda.assign(b.mFull, 0.0);
+  if (barrierAUGsolve(ctx, b, b.gradPhi.data(), cg.workRows.data(), cg.work.data(), lambda.data()) != 0) return false;
+  for (int r = 0; r < b.mFull; ++r) {
+    if (!std::isfinite(lambda[r])) return false;
+    if (b.rows[r].slack >= 0) lambda[r] = std::max(lambda[r], 0.0);
+  }
+  return true;
+}
+
+// Where the rows are nearly dependent at a solution, the multipliers of
+// the Newton steps drift along the dependence and the point, converged,
+// never shows it: the least-squares multipliers then end the solve. Only
+// tried after small steps and when the optimality error has not fallen
+// tenfold in three iterations: a solve whose own multipliers converge is
+// left to them. Multipliers that are not the method's own end a solve
+// only at a point ten times inside the feasibility tolerance.
+void barTryLeastSquaresMultipliers(MXL_context *ctx, BarrierState &b) {
+  double *hist = b.optErrRecent;
+  const bool stalled = b.optErr > 0.1 * hist[2];
+  if (!b.retestPass) {
+    hist[2] = hist[1];
+    hist[1] = hist[0];
+    hist[0] = b.optErr;
+  }
+  if (b.solutionFound || !b.feasibleNow || b.mFull == 0 || b.iterCount < 3 || b.optErr <= b.tolOpt) return;
+  if (b.feasErr > 0.1 * b.tolFeas) return;
+  if (!stalled || b.alpha * b.stepNorm > 1e-2 * (b.xNorm + 1.0)) return;
+  // Cone rows and complementarity pairs need multipliers in their own
+  // sets, which a projection does not give.
+  if (!ctx->model->conics.empty() || !ctx->comp.index1.empty()) return;
+  std::vector<double> ls;
+  if (!barLeastSquaresMultipliers(ctx, b, ls)) return;
+  b.lambda.swap(ls);
+  const std::vector<double> lambdaApp(b.lambdaApp);
+  const double compErrApp = b.compErrApp;
+  const double opt = barOptimalityError(ctx, b);
+  const double avgComp = barModelComplementarity(b);
+  if (opt <= b.tolOpt && avgComp / b.objScale <= 0.1 * b.tolOpt) {
+    b.optErr = opt;
+    b.errCurrent = std::max(b.feasErr, b.optErr);
+    b.solutionFound = true;
+    return;
+  }
+  b.lambda.swap(ls);
+  b.lambdaApp = lambdaApp;
+  b.compErrApp = compErrApp;
+}
+
 void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   b.cErr = normInf(b.mFull, b.c.data());
   b.optErr = barOptimalityError(ctx, b);
@@ -168,6 +227,7 @@ void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   // objective by about their sum.
   const double avgComp = barModelComplementarity(b);
   b.solutionFound = b.feasibleNow && b.optErr <= tolOpt && avgComp / b.objScale <= 0.1 * tolOpt;
+  barTryLeastSquaresMultipliers(ctx, b);
   const double target = ctx->opt.fstopval;
   if (!b.solutionFound && b.feasibleNow && ctx->opt.objrange > std::fabs(target)) {
     const double f = presolveObjPreToApp(ctx, b.fObj);
