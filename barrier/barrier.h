@@ -269,6 +269,7 @@ struct BarrierState {
   double cErr = 0.0, dualInf = 0.0, compErr = 0.0, barrierErr = 0.0, errCurrent = 1.0;
   double optErr0 = 0.0, compErrApp = 0.0, tolFeas = 0.0, tolOpt = 0.0;
   double optErrRecent[3] = {0.0, 0.0, 0.0};  // the last three, newest first
+  int lsNextIter = 0, lsWait = 1;  // when least-squares multipliers may be tried again
   bool feasScaleSet = false;
   bool feasibleNow = false, everFeasible = false;
   int xtolRun = 0, ftolRun = 0, infeasStall = 0, infeasStationary = 0;

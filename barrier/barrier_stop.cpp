@@ -180,8 +180,14 @@ void barTryLeastSquaresMultipliers(MXL_context *ctx, BarrierState &b) {
   if (b.feasErr > 0.1 * b.tolFeas) return;
   if (!stalled || b.alpha * b.stepNorm > 1e-2 * (b.xNorm + 1.0)) return;
   // Cone rows and complementarity pairs need multipliers in their own
-  // sets, which a projection does not give.
-  if (!ctx->model->conics.empty() || !ctx->comp.index1.empty()) return;
+  // sets, which a projection does not give; an LP has no curvature to make
+  // its rows dependent at the solution alone.
+  if (!ctx->model->conics.empty() || !ctx->comp.index1.empty() || b.modelIsLP) return;
+  // A try that fails waits twice as long as the one before: on a model
+  // they do not end, the extra factorizations stay few.
+  if (b.iterCount < b.lsNextIter) return;
+  b.lsNextIter = b.iterCount + b.lsWait;
+  b.lsWait *= 2;
   std::vector<double> ls;
   if (!barLeastSquaresMultipliers(ctx, b, ls)) return;
   b.lambda.swap(ls);
