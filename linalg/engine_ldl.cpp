@@ -38,7 +38,7 @@ struct LinLdlState {
   std::vector<double> lx, d;
   // Work of the numeric phase.
   std::vector<int> flag, pattern;
-  std::vector<double> y, diagWork;
+  std::vector<double> y, diagWork, rowMaxWork;
   std::vector<int> firstWork, adj;
   std::vector<nnzint> adjPtr;
   std::vector<char> takenWork, zeroRows;
@@ -46,12 +46,24 @@ struct LinLdlState {
   // A factor the engine did not trust is taken by the fallback engine
   // (viaFallback); after a few such factors the system stays there.
   bool viaFallback = false;
+  bool weakRows = false;     // weak diagonals are placed too
+  bool weakGivenUp = false;  // their placement cost too much fill here
+  std::vector<int> basePosition;  // the nested-dissection order
   int failures = 0;
 };
 
 void LinLdlDeleter::operator()(LinLdlState *p) const { delete p; }
 
 namespace {
+
+// A diagonal this small against the rest of its row is as good as zero for
+// the order: first among its neighbours, its row (an equality row, or an
+// inequality whose slack has gone to zero) adds entries of a^2 / d to them
+// whose cancellation later takes all the digits.
+constexpr double kWeakDiagonal = 1e-6;
+// A weak row goes behind all its neighbours only when they are few: behind
+// many (the rows of an LP) it costs more fill than the hand-over it saves.
+constexpr nnzint kBehindAllSpan = 8;
 
 // Operations of elimination above which another engine wins: on small
 // systems the dense one once the factor is a tenth as costly as a dense
@@ -151,21 +163,35 @@ int ldlOrderAndAnalyse(LinSystem &sys, LinLdlState &s, std::vector<int> position
 // already serve other such rows. So each such row, in order, takes the
 // first of its neighbours that no earlier one took, and moves to just
 // after it when that neighbour comes later; a row whose neighbours are all
-// taken moves to just after the last of them. Which diagonals are zero
-// depends on the values (a row shift may come and go), so this is checked
-// at each factorization, in one pass over the entries.
+// taken moves to just after the last of them. A row whose diagonal is not
+// zero but weak (an inequality whose slack has gone to zero) moves behind
+// all its neighbours: behind one, the rows of its neighbourhood that went
+// before it took what its pivot is made of, and it cancelled to rounding
+// (the active rows of liswet1). Which diagonals are zero or weak depends on
+// the values (a row shift may come and go, slacks close), so this is
+// checked at each factorization, in one pass over the entries.
 // Whether the rows with a zero diagonal are the ones the order was last
 // placed for (the placement is not idempotent: run again on its own result
 // it may move rows once more, and each move costs a symbolic analysis).
 bool ldlZeroRowsKnown(const LinSystem &sys, LinLdlState &s) {
   const int n = sys.n;
   s.diagWork.assign(static_cast<size_t>(n), 0.0);
-  for (size_t k = 0; k < sys.row.size(); ++k)
-    if (sys.row[k] == sys.col[k]) s.diagWork[sys.row[k]] += sys.val[k];
+  s.rowMaxWork.assign(static_cast<size_t>(n), 0.0);
+  for (size_t k = 0; k < sys.row.size(); ++k) {
+    const int i = sys.row[k], j = sys.col[k];
+    if (i == j) {
+      s.diagWork[i] += sys.val[k];
+    } else {
+      const double a = std::fabs(sys.val[k]);
+      s.rowMaxWork[i] = std::max(s.rowMaxWork[i], a);
+      s.rowMaxWork[j] = std::max(s.rowMaxWork[j], a);
+    }
+  }
   bool same = s.zeroRows.size() == static_cast<size_t>(n);
   s.zeroRows.resize(static_cast<size_t>(n));
   for (int i = 0; i < n; ++i) {
-    const char zero = s.diagWork[i] == 0.0 ? 1 : 0;
+    const double d = std::fabs(s.diagWork[i]);
+    const char zero = d == 0.0 || (s.weakRows && d <= kWeakDiagonal * s.rowMaxWork[i]) ? 1 : 0;
     same = same && s.zeroRows[i] == zero;
     s.zeroRows[i] = zero;
   }
@@ -201,7 +227,7 @@ bool ldlZeroRowTargets(LinLdlState &s, int n, std::vector<int> &target) {
   bool any = false;
   for (int k = 0; k < n; ++k) {
     const int z = s.perm[k];
-    if (s.diagWork[z] != 0.0 || s.adjPtr[z] == s.adjPtr[z + 1]) continue;
+    if (!s.zeroRows[z] || s.adjPtr[z] == s.adjPtr[z + 1]) continue;
     int mine = -1, last = -1;
     for (nnzint p = s.adjPtr[z]; p < s.adjPtr[z + 1]; ++p) {
       const int v = s.adj[p];
@@ -210,7 +236,8 @@ bool ldlZeroRowTargets(LinLdlState &s, int n, std::vector<int> &target) {
     }
     taken[z] = 1;
     if (mine >= 0) taken[mine] = 1;
-    const int after = mine >= 0 ? s.pinv[mine] : last;
+    const bool behindAll = s.diagWork[z] != 0.0 && s.adjPtr[z + 1] - s.adjPtr[z] <= kBehindAllSpan;
+    const int after = behindAll || mine < 0 ? last : s.pinv[mine];
     if (after > k) {
       target[z] = after;
       any = true;
@@ -277,7 +304,10 @@ bool ldlRow(LinLdlState &s, int k, int n, double nullTol) {
     ++s.lnz[i];
   }
   s.d[k] = dk;
-  return std::isfinite(dk) && std::fabs(dk) > nullTol && std::fabs(dk) > 1e-10 * scale;
+  // Cancellation is harmless in a pivot that divides nothing after it (a
+  // root of the elimination tree): its rounding is that of the entries.
+  const bool root = s.parent[k] < 0;
+  return std::isfinite(dk) && std::fabs(dk) > nullTol && (root || std::fabs(dk) > 1e-10 * scale);
 }
 
 // Numeric factorization; false when a pivot is not trusted.
@@ -296,6 +326,25 @@ bool ldlNumeric(LinSystem &sys, LinLdlState &s, LinFactorInfo &info) {
     if (s.d[k] < 0.0) ++info.negEig;
   }
   return true;
+}
+
+// Back to the nested-dissection order with the zero rows placed, for good;
+// false when even that factor is too costly.
+bool ldlGiveUpWeakRows(LinSystem &sys, LinLdlState &s) {
+  s.weakRows = false;
+  s.weakGivenUp = true;
+  s.zeroRows.clear();
+  ldlOrderAndAnalyse(sys, s, s.basePosition);
+  ldlDelayZeroDiagonals(sys, s);
+  return !ldlTooCostly(s, sys.n);
+}
+
+// Places the rows of zero (and weak) diagonals; false when the factor is
+// then too costly. Weak rows behind their neighbours can cost much fill:
+// then they are given up.
+bool ldlPlaceRows(LinSystem &sys, LinLdlState &s) {
+  if (!ldlDelayZeroDiagonals(sys, s) || !ldlTooCostly(s, sys.n)) return true;
+  return s.weakRows && ldlGiveUpWeakRows(sys, s);
 }
 
 // Gives this factorization to the fallback engine, analysing for it on the
@@ -332,6 +381,7 @@ int ldlAnalyze(LinSystem &sys) {
   try {
     std::vector<int> position = metisOrdering(sys.n, static_cast<nnzint>(sys.row.size()), sys.row.data(),
                                               sys.col.data());
+    s->basePosition = position;
     ldlOrderAndAnalyse(sys, *s, std::move(position));
   } catch (const std::bad_alloc &) {
     sys.ldl.reset();
@@ -349,8 +399,22 @@ LinFactorInfo ldlFactor(LinSystem &sys) {
   LinFactorInfo info;
   s.viaFallback = false;
   try {
-    if (ldlDelayZeroDiagonals(sys, s) && ldlTooCostly(s, sys.n)) s.failures = 4;
-    if (s.failures >= 4 || !ldlNumeric(sys, s, info)) return ldlHandOver(sys, s);
+    if (!ldlPlaceRows(sys, s)) s.failures = 4;
+    if (s.failures >= 4) return ldlHandOver(sys, s);
+    if (ldlNumeric(sys, s, info)) return info;
+    // Weak rows placed and a pivot failing all the same: they do not help
+    // this system.
+    if (s.weakRows && !ldlGiveUpWeakRows(sys, s)) s.failures = 4;
+    if (s.weakGivenUp) return ldlHandOver(sys, s);
+    // The first failure places the rows of weak diagonals too, from then
+    // on: their placement follows the slacks, and a system that never needs
+    // it does not pay for the analyses.
+    s.weakRows = true;
+    s.zeroRows.clear();
+    const bool placed = ldlPlaceRows(sys, s);
+    if (placed && s.weakRows && ldlNumeric(sys, s, info)) return info;
+    if (!placed || (s.weakRows && !ldlGiveUpWeakRows(sys, s))) s.failures = 4;
+    return ldlHandOver(sys, s);
   } catch (const std::bad_alloc &) {
     info.status = LIN_ERR_MEMORY;
   }

@@ -388,6 +388,32 @@ TEST(LdlEngine, FactorsKktMatricesWithZeroDiagonals) {
   }
 }
 
+// Second differences of a chain as inequality rows whose slacks have gone
+// to zero: the row diagonals are tiny, not zero. Placed where nested
+// dissection puts them, or behind one neighbour, neighbouring rows take
+// what a row's pivot is made of and it cancels to rounding; the engine
+// must keep the system all the same.
+TEST(LdlEngine, KeepsActiveInequalityRows) {
+  const int nv = 1200, m = nv - 2;
+  KktCase k;
+  k.n = nv + m;
+  for (int i = 0; i < nv; ++i) kktAdd(k, i, i, 1.0);
+  for (int r = 0; r < m; ++r) {
+    kktAdd(k, nv + r, r, 1.0);
+    kktAdd(k, nv + r, r + 1, -2.0);
+    kktAdd(k, nv + r, r + 2, 1.0);
+    kktAdd(k, nv + r, nv + r, -1e-13);
+  }
+  std::mt19937 rng(5);
+  const std::vector<double> b = randomRhs(rng, k.n);
+  const LdlRun run = ldlRuns(k, std::vector<std::vector<double>>(5, k.val), b).back();
+  const EngineRun ref = runEngine(k, LIN_ENGINE_MUMPS, LinSettings(), b);
+  EXPECT_EQ(run.afterFactor, LIN_ENGINE_LDL);
+  EXPECT_EQ(run.info.negEig, m);
+  ASSERT_EQ(run.solve, LIN_OK);
+  for (int j = 0; j < k.n; ++j) ASSERT_NEAR(run.x[j], ref.x[j], 1e-8 * (1.0 + std::fabs(ref.x[j])));
+}
+
 // What the engine cannot factor safely without pivoting goes to the
 // multifrontal engine above 300 rows, the dense one below, with the same
 // answers: a factor with much fill (at the analysis, for good), a zero
