@@ -176,12 +176,13 @@ int ldlOrderAndAnalyse(LinSystem &sys, LinLdlState &s, std::vector<int> position
 bool ldlZeroRowsKnown(const LinSystem &sys, LinLdlState &s) {
   const int n = sys.n;
   s.diagWork.assign(static_cast<size_t>(n), 0.0);
-  s.rowMaxWork.assign(static_cast<size_t>(n), 0.0);
+  // The row maxima only matter once weak rows are placed.
+  s.rowMaxWork.assign(s.weakRows ? static_cast<size_t>(n) : 0, 0.0);
   for (size_t k = 0; k < sys.row.size(); ++k) {
     const int i = sys.row[k], j = sys.col[k];
     if (i == j) {
       s.diagWork[i] += sys.val[k];
-    } else {
+    } else if (s.weakRows) {
       const double a = std::fabs(sys.val[k]);
       s.rowMaxWork[i] = std::max(s.rowMaxWork[i], a);
       s.rowMaxWork[j] = std::max(s.rowMaxWork[j], a);
