@@ -270,6 +270,8 @@ struct BarrierState {
   double optErr0 = 0.0, compErrApp = 0.0, tolFeas = 0.0, tolOpt = 0.0;
   double optErrRecent[3] = {0.0, 0.0, 0.0};  // the last three, newest first
   int lsNextIter = 0, lsWait = 1;  // when least-squares multipliers may be tried again
+  bool polishTried = false;        // the converged point was offered to the polish
+  int polishSteps = 0;
   bool feasScaleSet = false;
   bool feasibleNow = false, everFeasible = false;
   int xtolRun = 0, ftolRun = 0, infeasStall = 0, infeasStationary = 0;
@@ -327,6 +329,11 @@ void barrierHessTimes(const BarrierState &b, const double *v, double *y);
 // Multipliers in the model convention (m + n), sense included.
 void barrierLambdaToUser(const BarrierState &b, const double *lambda, double *user);
 double norm2(int n, const double *v);
+inline double barrierDot(int n, const double *a, const double *b) {
+  double s = 0.0;
+  for (int i = 0; i < n; ++i) s += a[i] * b[i];
+  return s;
+}
 double normInf(int n, const double *v);
 
 // ---- Linear systems (barrier_kkt.cpp) ----
@@ -457,6 +464,8 @@ int barrierLineSearch(MXL_context *ctx, BarrierState &b);
 // The trial x + alpha d (and lambda + alpha dLambda) evaluated, slacks reset:
 // 0, 1 for an undefined point, or a negative code that ends the solve.
 int barrierEvaluateTrial(MXL_context *ctx, BarrierState &b);
+// Whether a variable whose bounds are honoured lies outside them.
+bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState &b, const double *xs);
 bool barrierWatchdogCheck(MXL_context *ctx, BarrierState &b);
 void barrierWatchdogStore(BarrierState &b);
 void barrierWatchdogRestore(BarrierState &b);
@@ -480,3 +489,13 @@ bool barTimeUp(MXL_context *ctx);
 // r = gradPhi - A' lambda over the full iterate; returns the infinity norm of
 // its primal block.
 double barrierDualResidual(const BarrierState &b, const double *xs, const double *lambda, double *r);
+// Optimality error of b.lambda in the model as given (fills xApp, cApp,
+// lambdaApp and compErrApp).
+double barrierOptimalityError(MXL_context *ctx, BarrierState &b);
+// The least-squares multipliers at the point; false when the projection
+// system cannot be factored.
+bool barLeastSquaresMultipliers(MXL_context *ctx, BarrierState &b, std::vector<double> &lambda);
+
+// ---- Polish of a degenerate solution (barrier_polish.cpp) ----
+// 0: the point stays; 1: polished and optimal; 2: polished, multipliers unbounded.
+int barrierPolishDegenerate(MXL_context *ctx, BarrierState &b, bool always);

@@ -15,11 +15,7 @@ namespace {
 
 constexpr double kEps = 2.220446049250313e-16;
 
-double dot(int n, const double *a, const double *b) {
-  double s = 0.0;
-  for (int i = 0; i < n; ++i) s += a[i] * b[i];
-  return s;
-}
+inline double dot(int n, const double *a, const double *b) { return barrierDot(n, a, b); }
 
 // Positive root tau of ||t + tau p||^2 = R.
 double barBoundaryRoot(MXL_context *ctx, const double *t, const double *p, int n, double R) {

@@ -120,7 +120,7 @@ bool barNoiseAccept(const BarrierState &b, double meritX, double meritTrial) {
 
 // Variables whose bounds are honoured (honorbnds 1) are never handed to
 // the callbacks outside their bounds: such a trial counts as undefined.
-static bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState &b, const double *xs) {
+bool barOutsideHonouredBounds(const MXL_context *ctx, const BarrierState &b, const double *xs) {
   const std::vector<int> &flag = ctx->var.honorBnds.v;
   if (flag.size() < static_cast<size_t>(b.n)) return false;
   for (int j = 0; j < b.n; ++j) {

@@ -55,11 +55,9 @@ void barrierReturnMultipliers(MXL_context *ctx, BarrierState &b) {
   if (kkt(repaired.data()) < kkt(b.lambdaApp.data())) b.lambdaApp.swap(repaired);
 }
 
-namespace {
-
 // Optimality error of the current multipliers in the model as given; the
 // repaired multipliers stay in lambdaApp.
-double barOptimalityError(MXL_context *ctx, BarrierState &b) {
+double barrierOptimalityError(MXL_context *ctx, BarrierState &b) {
   barrierLambdaToUser(b, b.lambda.data(), b.lambdaUser.data());
   presolveLambdaPreToApp(ctx, b.lambdaUser.data(), b.lambdaApp.data());
   presolveXPreToApp(ctx, b.x.data(), b.xApp.data());
@@ -71,6 +69,8 @@ double barOptimalityError(MXL_context *ctx, BarrierState &b) {
   b.compErrApp = comp;
   return std::max(opt, comp);
 }
+
+namespace {
 
 void barScales(MXL_context *ctx, BarrierState &b) {
   const double g = normInf(b.n, b.gModel.data());
@@ -141,6 +141,8 @@ void barElasticSolved(MXL_context *ctx, BarrierState &b) {
   else b.forceFGUpdate = true;
 }
 
+}  // namespace
+
 // The least-squares multipliers at the point, min ||gradPhi - A' lambda||,
 // slack rows clipped at zero. False when the projection system cannot be
 // factored here.
@@ -160,6 +162,8 @@ bool barLeastSquaresMultipliers(MXL_context *ctx, BarrierState &b, std::vector<d
   }
   return true;
 }
+
+namespace {
 
 // Where the rows are nearly dependent at a solution, the multipliers of
 // the Newton steps drift along the dependence and the point, converged,
@@ -193,7 +197,7 @@ void barTryLeastSquaresMultipliers(MXL_context *ctx, BarrierState &b) {
   b.lambda.swap(ls);
   const std::vector<double> lambdaApp(b.lambdaApp);
   const double compErrApp = b.compErrApp;
-  const double opt = barOptimalityError(ctx, b);
+  const double opt = barrierOptimalityError(ctx, b);
   const double avgComp = barModelComplementarity(b);
   if (opt <= b.tolOpt && avgComp / b.objScale <= 0.1 * b.tolOpt) {
     b.optErr = opt;
@@ -208,7 +212,7 @@ void barTryLeastSquaresMultipliers(MXL_context *ctx, BarrierState &b) {
 
 void testconvergenceBar(MXL_context *ctx, BarrierState &b) {
   b.cErr = normInf(b.mFull, b.c.data());
-  b.optErr = barOptimalityError(ctx, b);
+  b.optErr = barrierOptimalityError(ctx, b);
   b.feasErr = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
   b.feasErrPre = getFeasErrPre(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
   barScales(ctx, b);
@@ -471,6 +475,19 @@ void nlpGlobalize(MXL_context *ctx, BarrierState &b) {
     barGlobalizeKkt(b);
 }
 
+namespace {
+
+// A polished point ends the solve: optimal, or optimal with multipliers
+// that cannot be made to fit.
+void barPolishEnd(MXL_context *ctx, BarrierState &b) {
+  const int polished = barrierPolishDegenerate(ctx, b, b.barStatus != 0);
+  if (polished == 0) return;
+  b.solutionFound = polished == 1;
+  b.barStatus = polished == 1 ? 0 : -100;
+}
+
+}  // namespace
+
 void barrierStopTest(MXL_context *ctx, BarrierState &b) {
   if (b.stepOutcome == BAR_STEP_REJECTED) {
     b.needMuUpdate = false;
@@ -482,7 +499,12 @@ void barrierStopTest(MXL_context *ctx, BarrierState &b) {
   }
   if (b.solutionFound) {
     b.barStatus = 0;
+    barPolishEnd(ctx, b);
     return;
   }
   b.barStatus = barLimitStatus(ctx, b);
+  // A feasible point where the steps ran out may be a cusp's false
+  // stationary point: the polish may still finish it.
+  const int st = b.barStatus;
+  if (st == -100 || st == -101 || st == -102) barPolishEnd(ctx, b);
 }

@@ -280,6 +280,26 @@ TEST(HsSolve, QuasiNewtonAndProductsSolveWithoutTheHessian) {
   std::printf("at another KKT point:\n%s", listOf(others).c_str());
 }
 
+// HS13's solution is a cusp with no multipliers: the quasi-Newton and
+// conjugate-gradient runs settle just outside it, inside the feasibility
+// tolerance but with f off by up to 3e-2. The end point is polished onto
+// the rows, and ends with -100 (no multipliers fit there) within 1e-5 of
+// the optimum and feasible to rounding.
+TEST(HsSolve, DegenerateSolutionIsPolished) {
+  const auto &all = hsProblems();
+  const auto it = std::find_if(all.begin(), all.end(), [](const HsProblem &p) { return std::string(p.name) == "hs013"; });
+  ASSERT_NE(it, all.end());
+  const std::vector<std::pair<int, int>> variants[] = {
+      {{MX_PARAM_ALGORITHM, 2}}, {{MX_PARAM_HESSOPT, 2}}, {{MX_PARAM_HESSOPT, 6}}};
+  for (const auto &v : variants) {
+    const HsRun r = solveOne(*it, direct(v));
+    SCOPED_TRACE("option " + std::to_string(v[0].first) + " = " + std::to_string(v[0].second));
+    EXPECT_TRUE(r.s.rc == 0 || r.s.rc == -100) << r.s.rc;
+    EXPECT_NEAR(r.s.f, 1.0, 1e-5);
+    EXPECT_LE(r.kkt.feas, 1e-12);
+  }
+}
+
 // HS106's rows have gradients of 5000 next to rows of 0.01: the rows are
 // scaled by their largest start gradient, which brings the solve from
 // thousands of steps to a few dozen. Without scaling (scale 0) it reaches
