@@ -57,14 +57,20 @@ void buildStall(Solve &r) {
   ASSERT_EQ(MX_set_con_eqbnd(r.kc, 1, 0.5), 0);
 }
 
+// Without the Hessian a run may also end at a feasible stop, within 1e-5.
 TEST(BarrierRobust, LineSearchStallIsLeft) {
   for (int alg : {1, 2}) {
-    Solve r(alg);
-    buildStall(r);
-    const int rc = MX_solve(r.kc);
-    EXPECT_EQ(rc, 0) << "algorithm " << alg << "\n" << r.log;
-    EXPECT_NEAR(r.obj(), 1.0, 1e-6) << "algorithm " << alg;
-    EXPECT_LE(r.iters(), 300) << "algorithm " << alg;
+    for (int hess : {1, 2, 3, 6}) {
+      Solve r(alg);
+      MX_set_int_param_by_name(r.kc, "hessopt", hess);
+      buildStall(r);
+      const int rc = MX_solve(r.kc);
+      const std::string tag = "algorithm " + std::to_string(alg) + " hessopt " + std::to_string(hess);
+      const bool feasibleStop = hess != 1 && (rc == -100 || rc == -101 || rc == -102);
+      EXPECT_TRUE(rc == 0 || feasibleStop) << tag << "\n" << r.log;
+      EXPECT_NEAR(r.obj(), 1.0, hess == 1 ? 1e-6 : 1e-5) << tag;
+      EXPECT_LE(r.iters(), 300) << tag;
+    }
   }
 }
 
