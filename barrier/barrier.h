@@ -275,6 +275,8 @@ struct BarrierState {
   bool feasScaleSet = false;
   bool feasibleNow = false, everFeasible = false;
   int xtolRun = 0, ftolRun = 0, infeasStall = 0, infeasStationary = 0;
+  int creepRun = 0;          // feasible steps under 1e-8 of the point that do not cut the error
+  double creepErr = 0.0;     // the error when the run began
   double fPrev = 0.0, feasErrPrevStall = 0.0;
   double gradNormStart = 0.0;
   double lastErrMax = 0.0;

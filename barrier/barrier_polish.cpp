@@ -64,17 +64,6 @@ double barRowValue(const BarrierState &b, int r, const double *xs, const double 
   return row.sign() * (v - row.bound);
 }
 
-// The squared violation of the rows at a point.
-double barPolishViolation(const BarrierState &b, const double *xs, const double *cModel) {
-  double v = 0.0;
-  for (int r = 0; r < b.mFull; ++r) {
-    const double t = barRowValue(b, r, xs, cModel);
-    const double bad = b.rows[r].slack >= 0 ? std::min(t, 0.0) : t;
-    v += bad * bad;
-  }
-  return v;
-}
-
 // The Gauss-Newton system of one polish step: the equalities and the
 // violated inequalities over the variables that are not pinned to a bound,
 // each row scaled to unit length (a row whose gradient vanishes at a cusp
@@ -83,8 +72,23 @@ struct BarPolishSystem {
   std::vector<char> pinned;     // variable sits on a bound: it moves there and stays
   std::vector<double> pin;      // the move of a pinned variable
   std::vector<int> rows;        // rows of the system
+  std::vector<char> held;       // row held at equality though it holds (active)
   std::vector<double> scale, rhs;
 };
+
+// The squared violation of the rows at a point, the rows the system holds
+// at equality counted as equalities.
+double barPolishViolation(const BarrierState &b, const double *xs, const double *cModel,
+                          const BarPolishSystem *sys = nullptr) {
+  double v = 0.0;
+  for (int r = 0; r < b.mFull; ++r) {
+    const double t = barRowValue(b, r, xs, cModel);
+    const bool equality = b.rows[r].slack < 0 || (sys != nullptr && sys->held[r]);
+    const double bad = equality ? t : std::min(t, 0.0);
+    v += bad * bad;
+  }
+  return v;
+}
 
 void barPolishPin(const BarrierState &b, BarPolishSystem &sys) {
   sys.pinned.assign(b.n, 0);
@@ -122,12 +126,20 @@ void barPolishTransTimes(const BarrierState &b, const BarPolishSystem &sys, cons
     if (sys.pinned[j]) y[j] = 0.0;
 }
 
-// Rows, scales and right-hand sides: the equalities and the inequalities
-// that the pins leave violated (to first order), scaled.
+// An inequality that holds with a closing slack and a multiplier a
+// thousand times larger is active: the polish keeps it at equality, which
+// from inside a cusp moves the point onto it.
+bool barRowActive(const BarrierState &b, int r, double t) {
+  return t <= 1e-6 * std::max(1.0, std::fabs(b.rows[r].bound)) && b.lambda[r] > 1e3 * t;
+}
+
+// Rows, scales and right-hand sides: the equalities, the inequalities that
+// the pins leave violated (to first order) and the active ones, scaled.
 void barPolishRows(const BarrierState &b, BarPolishSystem &sys) {
   sys.rows.clear();
   sys.scale.clear();
   sys.rhs.clear();
+  sys.held.assign(b.mFull, 0);
   for (int r = 0; r < b.mFull; ++r) {
     const BarRow &row = b.rows[r];
     if (row.onVariable()) continue;
@@ -139,7 +151,10 @@ void barPolishRows(const BarrierState &b, BarPolishSystem &sys) {
       else norm += a * a;
     }
     const double t = barRowValue(b, r, b.x.data(), b.cModel.data()) + moved;
-    if (row.slack >= 0 && t >= 0.0) continue;
+    if (row.slack >= 0 && t >= 0.0) {
+      if (!barRowActive(b, r, t)) continue;
+      sys.held[r] = 1;
+    }
     const double scale = norm > 0.0 ? 1.0 / std::sqrt(norm) : 0.0;
     sys.rows.push_back(r);
     sys.scale.push_back(scale);
@@ -212,7 +227,7 @@ bool barPolishStep(MXL_context *ctx, BarrierState &b, BarPolishSystem &sys) {
   barPolishSolve(b, sys, n);
   for (double v : n)
     if (!std::isfinite(v)) return false;
-  const double v0 = barPolishViolation(b, b.x.data(), b.cModel.data());
+  const double v0 = barPolishViolation(b, b.x.data(), b.cModel.data(), &sys);
   for (double alpha = barPolishFraction(b, sys, n); alpha > 1e-3; alpha *= 0.5) {
     std::copy(b.x.begin(), b.x.end(), b.xTrial.begin());
     for (int j = 0; j < b.n; ++j) b.xTrial[j] += sys.pinned[j] ? sys.pin[j] : alpha * n[j];
@@ -220,7 +235,7 @@ bool barPolishStep(MXL_context *ctx, BarrierState &b, BarPolishSystem &sys) {
     const int rc = barrierComputeFC(ctx, b, b.xTrial.data(), &b.fObjTrial, &b.fTildeTrial, b.cModelTrial.data(),
                                     b.cTrial.data());
     if (rc != 0) continue;
-    if (barPolishViolation(b, b.xTrial.data(), b.cModelTrial.data()) >= (1.0 - 1e-4 * alpha) * v0) continue;
+    if (barPolishViolation(b, b.xTrial.data(), b.cModelTrial.data(), &sys) >= (1.0 - 1e-4 * alpha) * v0) continue;
     barPolishSlacks(b, b.xTrial.data(), b.cModelTrial.data(), b.cTrial.data());
     b.x.swap(b.xTrial);
     b.c.swap(b.cTrial);
@@ -314,6 +329,9 @@ int barrierPolishDegenerate(MXL_context *ctx, BarrierState &b, bool always) {
     b.feasErrPre = getFeasErrPre(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
     b.feasibleNow = isFeasible(ctx, errModelApp(ctx), b.xApp.data(), b.cApp.data(), b.feasErr, b.tolFeas);
     kept = b.feasibleNow && b.feasErr <= save.feasErr;
+    // An objective that got worse must have bought feasibility.
+    const double worse = (b.fObj - save.fObj) / b.objScale;  // the method minimises
+    if (worse > tol * std::max(1.0, std::fabs(save.fObj / b.objScale)) && !(b.feasErr < 0.1 * save.feasErr)) kept = false;
   }
   b.cg.factoredHere = false;
   if (!kept) {
