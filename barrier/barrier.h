@@ -275,8 +275,10 @@ struct BarrierState {
   bool feasScaleSet = false;
   bool feasibleNow = false, everFeasible = false;
   int xtolRun = 0, ftolRun = 0, infeasStall = 0, infeasStationary = 0;
-  int creepRun = 0;          // feasible steps under 1e-8 of the point that do not cut the error
-  double creepErr = 0.0;     // the error when the run began
+  int creepRun = 0;          // feasible steps under 1e-8 of the point that do not cut the errors
+  int stuckRun = 0;          // feasible steps at one barrier parameter that do not cut the errors
+  double creepErr[2] = {0.0, 0.0}, stuckErr[2] = {0.0, 0.0};  // feasibility, optimality when each run began
+  double creepMu = 0.0;      // the barrier parameter of the last step
   double fPrev = 0.0, feasErrPrevStall = 0.0;
   double gradNormStart = 0.0;
   double lastErrMax = 0.0;

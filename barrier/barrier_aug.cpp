@@ -79,7 +79,16 @@ double augRegularization(const BarrierState &b, const BarAUG &a, bool flag) {
   if ((b.iterCount == 0 || flag) && v <= 5e-16) v = 1e-8;
   // A singular factor that stays singular needs a growing shift.
   if (flag && a.regAUGLevel > 3) v = 1e-8 * std::pow(100.0, a.regAUGLevel - 3);
-  return std::min(v, flag ? 1e-2 : 1e-8);
+  if (flag) return std::min(v, 1e-2);
+  // Without a singular factor the shift stays a hundredth below the
+  // smallest squared slack: larger, it relaxes the row of a closing slack
+  // more than the slack does, and at a cusp the projected steps then leave
+  // that row and the bound it touches, where the Hessian's curvature is
+  // false.
+  double smin = 1.7976931348623157e308;
+  for (int j = 0; j < b.nSlacks; ++j) smin = std::min(smin, b.x[b.nX + j]);
+  if (b.nSlacks > 0) v = std::min(v, 1e-2 * smin * smin);
+  return std::min(v, 1e-8);
 }
 
 // Null pivots are judged against the identity and the Jacobian: slacks of

@@ -1,6 +1,8 @@
 // The stop test of the barrier method: errors in the terms of the model as
 // given, the test of the barrier subproblem, and the limits that end a solve.
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <cmath>
 #include <vector>
 
@@ -11,7 +13,8 @@
 #include "interface/context.h"
 
 namespace {
-constexpr int kCreepIters = 50;  // creeping steps that end a solve
+constexpr int kCreepIters = 50;   // creeping steps that end a solve
+constexpr int kStuckIters = 200;  // steps at one barrier parameter that end it
 }  // namespace
 
 double getBarCompErr(const BarrierState &b, const double *x, const double *lambda, const double *r, double mu) {
@@ -298,23 +301,35 @@ bool barTinyStep(const BarrierState &b) {
   return true;
 }
 
-// Feasible steps that move the point by less than 1e-8 of its size and,
-// over the run, do not cut the error by a tenth: a trust region held small
-// by a slack that closes at a cusp moves the point 1e-9 per step for ever.
-// (A slow barrier rule still gains more than that in fifty steps.)
+// Feasible steps that move the point by less than 1e-8 of its size, or
+// keep the barrier parameter, and over the run do not cut the error by a
+// tenth: a trust region held small by a slack that closes at a cusp moves
+// the point 1e-9 per step for ever, or cycles at one parameter. (A slow
+// barrier rule still gains more than that in fifty steps.)
+// One run counter: zero when the step breaks the run, restarted when the
+// feasibility or the optimality error falls by a tenth from where the run
+// began (a slow run trades one for the other).
+void barRunCount(const BarrierState &b, bool inRun, int &run, double start[2]) {
+  if (!inRun) {
+    run = 0;
+    return;
+  }
+  if (run == 0 || b.feasErr < 0.9 * start[0] || b.optErr < 0.9 * start[1]) {
+    run = 0;
+    start[0] = b.feasErr;
+    start[1] = b.optErr;
+  }
+  ++run;
+}
+
 void barCreepCounter(BarrierState &b) {
   double step = 0.0;
   for (int i = 0; i < b.nX; ++i) step += b.d[i] * b.d[i];
-  const bool creep = b.feasibleNow && b.alpha * std::sqrt(step) < 1e-8 * (1.0 + b.xNorm);
-  if (!creep) {
-    b.creepRun = 0;
-    return;
-  }
-  if (b.creepRun == 0 || b.errCurrent < 0.9 * b.creepErr) {
-    b.creepRun = 0;
-    b.creepErr = b.errCurrent;
-  }
-  ++b.creepRun;
+  const bool tiny = b.alpha * std::sqrt(step) < 1e-8 * (1.0 + b.xNorm);
+  const bool stuck = b.mu == b.creepMu;
+  b.creepMu = b.mu;
+  barRunCount(b, b.feasibleNow && tiny, b.creepRun, b.creepErr);
+  barRunCount(b, b.feasibleNow && stuck, b.stuckRun, b.stuckErr);
 }
 
 void barStallCounters(MXL_context *ctx, BarrierState &b) {
@@ -401,7 +416,7 @@ int barLimitStatus(MXL_context *ctx, BarrierState &b) {
   if (ctx->opt.xtol_iters > 0 && b.xtolRun >= ctx->opt.xtol_iters)
     return feas ? -101 : b.elasticStationary ? MX_RC_INFEASIBLE : -201;
   if (ctx->opt.ftol_iters > 0 && b.ftolRun >= ctx->opt.ftol_iters) return -103;
-  if (feas && b.creepRun >= kCreepIters) return b.optErr > 100.0 * b.tolOpt ? -102 : -100;
+  if (feas && (b.creepRun >= kCreepIters || b.stuckRun >= kStuckIters)) return b.optErr > 100.0 * b.tolOpt ? -102 : -100;
   if (barTimeUp(ctx)) return feas ? -401 : -411;
   return 0;
 }
