@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <mutex>
 #include <new>
 
@@ -69,8 +70,16 @@ struct LinMumpsState {
   // The factor's workspace, kept from one factorization to the next. Left
   // to the library, it is taken from the system and zeroed afresh each
   // time, and on a system of a few thousand rows those fresh pages cost a
-  // quarter of the factorization.
-  std::vector<double> wk;
+  // quarter of the factorization. It is never zeroed here either: the
+  // library writes before it reads, and pages it does not reach are never
+  // touched (a solve of one iteration spent a third of its time filling it).
+  std::unique_ptr<double[]> wk;
+  size_t wkSize = 0;
+  void growWorkspace(size_t n) {
+    if (n <= wkSize) return;
+    wk.reset(new double[n]);  // default-initialised: no fill
+    wkSize = n;
+  }
   ~LinMumpsState() {
     if (live) mumpsLockedCall(id, kJobEnd);
   }
@@ -208,17 +217,17 @@ int mumpsAnalyze(LinSystem &sys) {
 static bool mumpsUserWorkspace(LinMumpsState &m) {
   const long long need = INFO(m, 8) < 0 ? -1000000LL * INFO(m, 8) : INFO(m, 8);
   try {
-    if (static_cast<long long>(m.wk.size()) < need) m.wk.resize(static_cast<size_t>(need));
+    if (need > 0) m.growWorkspace(static_cast<size_t>(need));
   } catch (const std::bad_alloc &) {
     return false;
   }
-  if (m.wk.size() > static_cast<size_t>(std::numeric_limits<MUMPS_INT>::max())) {
+  if (m.wkSize > static_cast<size_t>(std::numeric_limits<MUMPS_INT>::max())) {
     m.id.wk_user = nullptr;  // beyond what the library can address: its own
     m.id.lwk_user = 0;
     return true;
   }
-  m.id.wk_user = m.wk.empty() ? nullptr : m.wk.data();
-  m.id.lwk_user = static_cast<MUMPS_INT>(m.wk.size());
+  m.id.wk_user = m.wkSize == 0 ? nullptr : m.wk.get();
+  m.id.lwk_user = static_cast<MUMPS_INT>(m.wkSize);
   return true;
 }
 
@@ -241,7 +250,7 @@ LinFactorInfo mumpsFactor(LinSystem &sys) {
     const bool workspace = e == -8 || e == -9 || e == -14 || e == -15 || e == -17 || e == -20;
     if (!workspace || attempt >= kMaxWorkspaceRetries) break;
     ICNTL(m, 14) = std::max(ICNTL(m, 14), 20) * 2;
-    if (e == -9) m.wk.resize(2 * m.wk.size() + static_cast<size_t>(std::max(INFO(m, 2), 0)));
+    if (e == -9) m.growWorkspace(2 * m.wkSize + static_cast<size_t>(std::max(INFO(m, 2), 0)));
   }
   info.status = mumpsStatus(m);
   if (info.status == LIN_ERR_ENGINE && INFOG(m, 1) == -10) {
