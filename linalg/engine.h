@@ -128,7 +128,9 @@ int linResolveAuto(MXL_context *ctx, int linsolver, int algorithm, int nPlusM, b
 void linResolveHybrid(int nPlusRows, int *projectionEngine, int *stepEngine);
 
 // Engine operations (called by the dispatch above).
-int mumpsAnalyze(LinSystem &sys);
+// metis: a nested-dissection order of this pattern already computed (as
+// metisOrdering returns it), used where the engine would compute one.
+int mumpsAnalyze(LinSystem &sys, const std::vector<int> *metis = nullptr);
 LinFactorInfo mumpsFactor(LinSystem &sys);
 int mumpsSolve(LinSystem &sys, double *rhs);
 void mumpsRelease(LinSystem &sys);

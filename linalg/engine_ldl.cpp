@@ -80,8 +80,10 @@ LinEngineKind ldlFallbackKind(const LinSystem &sys) {
   return sys.n <= LIN_DENSE_MAX_ROWS ? LIN_ENGINE_DENSE : LIN_ENGINE_MUMPS;
 }
 
-int ldlFallbackAnalyze(LinSystem &sys) {
-  return ldlFallbackKind(sys) == LIN_ENGINE_DENSE ? denseAnalyze(sys) : mumpsAnalyze(sys);
+// metis: the nested-dissection order this engine computed, which the
+// multifrontal engine takes instead of computing it again.
+int ldlFallbackAnalyze(LinSystem &sys, const std::vector<int> *metis = nullptr) {
+  return ldlFallbackKind(sys) == LIN_ENGINE_DENSE ? denseAnalyze(sys) : mumpsAnalyze(sys, metis);
 }
 
 // The upper triangle of P A P' by columns, duplicates merged, and the
@@ -355,7 +357,7 @@ LinFactorInfo ldlHandOver(LinSystem &sys, LinLdlState &s) {
   const LinEngineKind fallback = ldlFallbackKind(sys);
   LinFactorInfo info;
   if (!sys.mumps && !sys.dense) {
-    info.status = ldlFallbackAnalyze(sys);
+    info.status = ldlFallbackAnalyze(sys, &s.basePosition);
     if (info.status != LIN_OK) return info;
   }
   if (++s.failures >= kFailuresKept) {
@@ -390,9 +392,10 @@ int ldlAnalyze(LinSystem &sys) {
   }
   sys.lastOrdering = LIN_ORDER_METIS;
   if (!ldlTooCostly(*s, sys.n)) return LIN_OK;
+  const std::vector<int> metis = std::move(s->basePosition);
   sys.ldl.reset();
   sys.kind = ldlFallbackKind(sys);
-  return ldlFallbackAnalyze(sys);
+  return ldlFallbackAnalyze(sys, &metis);
 }
 
 LinFactorInfo ldlFactor(LinSystem &sys) {

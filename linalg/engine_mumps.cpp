@@ -188,7 +188,7 @@ static int mumpsAnalyseBest(LinSystem &sys, const std::vector<int> &metis) {
   return mumpsAnalyseWith(sys, kOrdAmd, nullptr);
 }
 
-int mumpsAnalyze(LinSystem &sys) {
+int mumpsAnalyze(LinSystem &sys, const std::vector<int> *given) {
   int st = mumpsInit(sys);
   if (st != LIN_OK) return st;
   // The library's own choice calls orderings with random seeds, so that two
@@ -198,7 +198,9 @@ int mumpsAnalyze(LinSystem &sys) {
   int ord = sys.settings.ordering;
   if (ord == LIN_ORDER_AUTO) ord = sys.n >= kAutoMetisSize ? LIN_ORDER_METIS : LIN_ORDER_AMD;
   std::vector<int> metis;
-  if (ord == LIN_ORDER_METIS || ord == LIN_ORDER_BEST)
+  if ((ord == LIN_ORDER_METIS || ord == LIN_ORDER_BEST) && given != nullptr && !given->empty())
+    metis = *given;
+  else if (ord == LIN_ORDER_METIS || ord == LIN_ORDER_BEST)
     metis = metisOrdering(sys.n, static_cast<nnzint>(sys.row.size()), sys.row.data(),
                           sys.col.data());
   if (ord == LIN_ORDER_BEST) return mumpsAnalyseBest(sys, metis);
