@@ -7,9 +7,9 @@
 // inside the tolerance, but |lambda| times the violation, the objective it
 // buys, is not. The polish pins the variables that sit on a bound there and
 // takes Gauss-Newton steps (minimum-norm, rows scaled to unit length, by
-// conjugate gradients on the normal equations) on the equalities and the
-// violated rows until a step no longer moves the objective by the
-// tolerance. The rows' projection system is not used: at a cusp the row
+// conjugate gradients on the normal equations) on the equalities, the
+// violated rows and the active ones until a step no longer moves the
+// objective by the tolerance. The rows' projection system is not used: at a cusp the row
 // and the bound it touches are parallel to rounding, and its factor would
 // call them dependent.
 #include <algorithm>
@@ -65,7 +65,7 @@ double barRowValue(const BarrierState &b, int r, const double *xs, const double 
 }
 
 // The Gauss-Newton system of one polish step: the equalities and the
-// violated inequalities over the variables that are not pinned to a bound,
+// violated or active inequalities over the variables not pinned to a bound,
 // each row scaled to unit length (a row whose gradient vanishes at a cusp
 // is still a full row of the system).
 struct BarPolishSystem {
