@@ -12,7 +12,7 @@
 #include "driver/print.h"
 #include "interface/context.h"
 #include "interface/evaluation.h"
-#include "linalg/lapack.h"
+#include "linalg/dense_bk.h"
 
 namespace {
 
@@ -133,15 +133,13 @@ int updateb(MXL_context *ctx, BarrierState &b) {
       for (int l = 0; l < std::min(i, j); ++l)
         C[i + j * k] += N[i + (k + l) * k2] * N[j + (k + l) * k2] / -N[(k + l) + (k + l) * k2];
   int info = 0;
-  dpotrf_("L", &k, C.data(), &k, &info, 1);
+  info = denseCholFactor(k, C.data(), k);
   if (info != 0) {
     if (ctx->opt.debug > 0) mxl_printf(ctx, "Cholesky info = %d\n", info);
     return info;
   }
   std::vector<int> piv(k2);
-  std::vector<double> work(static_cast<size_t>(64) * k2);
-  const int lw = static_cast<int>(work.size());
-  dsytrf_("L", &k2, N.data(), &k2, piv.data(), work.data(), &lw, &info, 1);
+  info = denseBKFactor(k2, N.data(), k2, piv.data());
   if (info != 0) return info;
   q.S.swap(S);
   q.Y.swap(Y);
@@ -155,9 +153,8 @@ int updateb(MXL_context *ctx, BarrierState &b) {
 
 // t (2k) := N^-1 t.
 static void qnMiddleSolve(BarQN &q, double *t) {
-  const int k2 = 2 * q.count, one = 1;
-  int info = 0;
-  dsytrs_("L", &k2, &one, q.N.data(), &k2, q.Npiv.data(), t, &k2, &info, 1);
+  const int k2 = 2 * q.count;
+  denseBKSolve(k2, q.N.data(), k2, q.Npiv.data(), t);
 }
 
 // out (2k) := W' v with W = [sigma S, Y].
@@ -215,10 +212,7 @@ int lmKKTupdate(MXL_context *, BarrierState &b) {
       if (i == j) q.G[(k + i) + (k + i) * k2] += syij;
     }
   q.Gpiv.assign(k2, 0);
-  std::vector<double> work(static_cast<size_t>(64) * k2);
-  const int lw = static_cast<int>(work.size());
-  int info = 0;
-  dsytrf_("L", &k2, q.G.data(), &k2, q.Gpiv.data(), work.data(), &lw, &info, 1);
+  const int info = denseBKFactor(k2, q.G.data(), k2, q.Gpiv.data());
   q.lmDim = dim;
   q.lmCols = k2;
   q.lmReady = info == 0;
@@ -229,12 +223,10 @@ int lmKKTupdate(MXL_context *, BarrierState &b) {
 void lmKKTsolve(BarrierState &b, double *x) {
   BarQN &q = b.qn;
   if (!q.lmReady || q.lmDim != b.kkt.dim) return;
-  const int k2 = q.lmCols, one = 1;
+  const int k2 = q.lmCols;
   std::vector<double> t(k2);
   getbv(b, x, t.data());
-  int info = 0;
-  dsytrs_("L", &k2, &one, q.G.data(), &k2, q.Gpiv.data(), t.data(), &k2, &info, 1);
-  if (info != 0) return;
+  denseBKSolve(k2, q.G.data(), k2, q.Gpiv.data(), t.data());
   for (int c = 0; c < k2; ++c) {
     const double *z = &q.Z[static_cast<size_t>(c) * q.lmDim];
     for (int i = 0; i < q.lmDim; ++i) x[i] -= z[i] * t[c];

@@ -11,15 +11,22 @@ struct BlasThreadApi {
   void (*set)(int) = nullptr;
 };
 
-// Only a BLAS that has both calls can be told; others are left alone.
-const BlasThreadApi &blasThreadApi() {
-  static const BlasThreadApi api = [] {
-    BlasThreadApi r;
-    r.get = reinterpret_cast<int (*)()>(dlsym(RTLD_DEFAULT, "openblas_get_num_threads"));
-    r.set = reinterpret_cast<void (*)(int)>(dlsym(RTLD_DEFAULT, "openblas_set_num_threads"));
-    if (r.get == nullptr) r.set = nullptr;
-    return r;
-  }();
+// Only a BLAS that has both calls can be told. The library is opened at
+// run time (by the LAPACK binding or by the sparse engine's own needs), so
+// it is looked up again until it is found.
+BlasThreadApi blasThreadApi() {
+  static std::mutex mutex;
+  static BlasThreadApi api;
+  static bool found = false;
+  std::lock_guard<std::mutex> lock(mutex);
+  if (found) return api;
+  void *h = dlopen("libopenblas.so.0", RTLD_NOW | RTLD_NOLOAD);
+  void *where = h != nullptr ? h : RTLD_DEFAULT;
+  api.get = reinterpret_cast<int (*)()>(dlsym(where, "openblas_get_num_threads"));
+  api.set = reinterpret_cast<void (*)(int)>(dlsym(where, "openblas_set_num_threads"));
+  if (api.get == nullptr || api.set == nullptr) api = BlasThreadApi();
+  found = api.set != nullptr;
+  if (h != nullptr) dlclose(h);  // drops only the reference NOLOAD took
   return api;
 }
 
@@ -35,13 +42,17 @@ SerialState &serialState() {
 
 }  // namespace
 
-SerialBlasScope::SerialBlasScope(bool active) : active_(active && blasThreadApi().set != nullptr) {
-  if (!active_) return;
+SerialBlasScope::SerialBlasScope(bool active) : active_(false) {
+  if (!active) return;
+  const BlasThreadApi api = blasThreadApi();
+  if (api.set == nullptr) return;
+  active_ = true;
+  set_ = api.set;
   SerialState &st = serialState();
   std::lock_guard<std::mutex> lock(st.mutex);
   if (st.users++ == 0) {
-    st.saved = blasThreadApi().get();
-    if (st.saved > 1) blasThreadApi().set(1);
+    st.saved = api.get();
+    if (st.saved > 1) api.set(1);
   }
 }
 
@@ -49,5 +60,5 @@ SerialBlasScope::~SerialBlasScope() {
   if (!active_) return;
   SerialState &st = serialState();
   std::lock_guard<std::mutex> lock(st.mutex);
-  if (--st.users == 0 && st.saved > 1) blasThreadApi().set(st.saved);
+  if (--st.users == 0 && st.saved > 1) set_(st.saved);
 }

@@ -17,4 +17,5 @@ class SerialBlasScope {
 
  private:
   bool active_;
+  void (*set_)(int) = nullptr;
 };

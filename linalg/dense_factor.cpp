@@ -35,12 +35,11 @@ int QRfactor(MXL_context *ctx, QRfactorObj &qr, int rows, int cols, const double
   const int ld = std::max(rows, 1);
   int lwork = -1, info = 0;
   double query = 0.0;
-  dgeqp3_(&rows, &cols, qr.a.data(), &ld, piv.data(), qr.tau.data(), &query, &lwork, &info);
+  lapackDgeqp3(rows, cols, qr.a.data(), ld, piv.data(), qr.tau.data(), &query, lwork, &info);
   lwork = std::max(1, static_cast<int>(query));
   qr.work.resize(static_cast<size_t>(lwork));
   if (rows > 0 && cols > 0)
-    dgeqp3_(&rows, &cols, qr.a.data(), &ld, piv.data(), qr.tau.data(), qr.work.data(), &lwork,
-            &info);
+    lapackDgeqp3(rows, cols, qr.a.data(), ld, piv.data(), qr.tau.data(), qr.work.data(), lwork, &info);
   if (info < 0) {
     if (ctx != nullptr) mxl_printf(ctx, "*** QR Jacobian factor failed with status %d\n", info);
     return info;
@@ -64,12 +63,11 @@ static int QRapplyQ(QRfactorObj &qr, const char *trans, double *y) {
   if (k == 0) return 0;
   int lwork = -1, info = 0;
   double query = 0.0;
-  dormqr_("L", trans, &qr.rows, &one, &k, qr.a.data(), &ld, qr.tau.data(), y, &ld, &query,
-          &lwork, &info, 1, 1);
+  lapackDormqr("L", trans, qr.rows, one, k, qr.a.data(), ld, qr.tau.data(), y, ld, &query, lwork, &info);
   lwork = std::max(1, static_cast<int>(query));
   if (qr.work.size() < static_cast<size_t>(lwork)) qr.work.resize(static_cast<size_t>(lwork));
-  dormqr_("L", trans, &qr.rows, &one, &k, qr.a.data(), &ld, qr.tau.data(), y, &ld,
-          qr.work.data(), &lwork, &info, 1, 1);
+  if (info != 0) return info;
+  lapackDormqr("L", trans, qr.rows, one, k, qr.a.data(), ld, qr.tau.data(), y, ld, qr.work.data(), lwork, &info);
   return info;
 }
 
@@ -79,7 +77,7 @@ static int QRsolveR(QRfactorObj &qr, const char *trans, double *y) {
   const int one = 1, ld = std::max(qr.rows, 1);
   if (qr.rank == 0) return 0;
   int info = 0;
-  dtrtrs_("U", trans, "N", &qr.rank, &one, qr.a.data(), &ld, y, &qr.rank, &info, 1, 1, 1);
+  lapackDtrtrs("U", trans, "N", qr.rank, one, qr.a.data(), ld, y, qr.rank, &info);
   return info;
 }
 
@@ -144,7 +142,7 @@ int CHOLfactor(CHOLfactorObj &ch, const double *A, int lda) {
               ch.a.begin() + static_cast<size_t>(j) * n);
   if (n == 0) return 0;
   int info = 0;
-  dpotrf_("L", &n, ch.a.data(), &n, &info, 1);
+  lapackDpotrf("L", n, ch.a.data(), n, &info);
   ch.factored = info == 0;
   return info;
 }
@@ -154,6 +152,6 @@ int CHOLsolve(CHOLfactorObj &ch, double *rhs) {
   const int n = ch.n, one = 1;
   if (n == 0) return 0;
   int info = 0;
-  dpotrs_("L", &n, &one, ch.a.data(), &n, rhs, &n, &info, 1);
+  lapackDpotrs("L", n, one, ch.a.data(), n, rhs, n, &info);
   return info;
 }

@@ -1,6 +1,7 @@
 // Dense symmetric indefinite engine: LDL^T with Bunch-Kaufman pivoting
-// (LAPACK dsytrf). For small systems the fixed cost of a sparse engine
-// dominates, and a dense factor is both faster and exact about inertia.
+// (our own unblocked factor up to kDenseOwnMax rows, LAPACK's blocked one
+// above). For small systems the fixed cost of a sparse engine dominates,
+// and a dense factor is both faster and exact about inertia.
 // The pivot threshold and scaling settings do not apply: Bunch-Kaufman uses
 // its own fixed pivot rule.
 #include <algorithm>
@@ -8,8 +9,15 @@
 #include <new>
 
 #include "linalg/blas_serial.h"
+#include "linalg/dense_bk.h"
 #include "linalg/engine.h"
 #include "linalg/lapack.h"
+
+namespace {
+// Up to this order the unblocked factor is as fast as LAPACK's (which is
+// unblocked there too), and a small model never loads the library.
+constexpr int kDenseOwnMax = 64;
+}  // namespace
 
 struct LinDenseState {
   std::vector<double> a;   // lower triangle, column-major n x n
@@ -75,13 +83,17 @@ LinFactorInfo denseFactor(LinSystem &sys) {
   denseScatter(sys, d.a);
   const int n = sys.n;
   if (n == 0) return info;
-  SerialBlasScope serial;
-  int lwork = -1, st = 0;
-  double query = 0.0;
-  dsytrf_("L", &n, d.a.data(), &n, d.ipiv.data(), &query, &lwork, &st, 1);
-  lwork = std::max(1, static_cast<int>(query));
-  d.work.resize(static_cast<size_t>(lwork));
-  dsytrf_("L", &n, d.a.data(), &n, d.ipiv.data(), d.work.data(), &lwork, &st, 1);
+  int st = 0;
+  if (n <= kDenseOwnMax) {
+    st = denseBKFactor(n, d.a.data(), n, d.ipiv.data());
+  } else {
+    SerialBlasScope serial;
+    double query = 0.0;
+    lapackDsytrf("L", n, d.a.data(), n, d.ipiv.data(), &query, -1, &st);
+    const int lwork = std::max(1, static_cast<int>(query));
+    d.work.resize(static_cast<size_t>(lwork));
+    if (st == 0) lapackDsytrf("L", n, d.a.data(), n, d.ipiv.data(), d.work.data(), lwork, &st);
+  }
   // st > 0 reports an exactly zero pivot; the inertia count sees it as null.
   if (st < 0) {
     info.status = LIN_ERR_ENGINE;
@@ -92,12 +104,16 @@ LinFactorInfo denseFactor(LinSystem &sys) {
 }
 
 int denseSolve(LinSystem &sys, double *rhs) {
-  const int n = sys.n, one = 1;
+  const int n = sys.n;
   if (n == 0) return LIN_OK;
-  int st = 0;
   const LinDenseState &d = *sys.dense;
+  if (n <= kDenseOwnMax) {
+    denseBKSolve(n, d.a.data(), n, d.ipiv.data(), rhs);
+    return LIN_OK;
+  }
+  int st = 0;
   SerialBlasScope serial;
-  dsytrs_("L", &n, &one, d.a.data(), &n, d.ipiv.data(), rhs, &n, &st, 1);
+  lapackDsytrs("L", n, 1, d.a.data(), n, d.ipiv.data(), rhs, n, &st);
   return st == 0 ? LIN_OK : LIN_ERR_ENGINE;
 }
 

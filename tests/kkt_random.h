@@ -9,7 +9,10 @@
 #include <vector>
 
 #include "linalg/engine.h"
-#include "linalg/lapack.h"
+
+// The reference eigenvalues come from the system LAPACK, linked by the tests.
+extern "C" void dsyevd_(const char *jobz, const char *uplo, const int *n, double *a, const int *lda, double *w,
+                        double *work, const int *lwork, int *iwork, const int *liwork, int *info, size_t, size_t);
 
 struct KktCase {
   int n = 0;  // rows of H plus rows of A
