@@ -26,12 +26,17 @@ namespace {
 
 constexpr int kPolishSteps = 60;
 
+// An amount of the method's objective relative to the objective fRef, in
+// the model's terms.
+double barRelative(const BarrierState &b, double amount, double fRef) {
+  return amount / b.objScale / std::max(1.0, std::fabs(fRef / b.objScale));
+}
+
 // The objective the current violation buys, relative to the objective.
 double barViolationGain(const BarrierState &b, const double *lambda) {
   double gain = 0.0;
   for (int r = 0; r < b.mFull; ++r) gain += std::fabs(lambda[r] * b.c[r]);
-  const double f = std::fabs(b.fObj / b.objScale);
-  return gain / b.objScale / std::max(1.0, f);
+  return barRelative(b, gain, b.fObj);
 }
 
 // What the polish may have to give back.
@@ -247,11 +252,6 @@ bool barPolishStep(MXL_context *ctx, BarrierState &b, BarPolishSystem &sys) {
   return false;
 }
 
-// The objective change relative to the objective, in the model's terms.
-double barRelChange(const BarrierState &b, double fFrom, double fTo) {
-  return std::fabs(fTo - fFrom) / b.objScale / std::max(1.0, std::fabs(fFrom / b.objScale));
-}
-
 // Gauss-Newton steps until one changes the objective by less than half the
 // tolerance: the objective the remaining violation buys is then within it
 // (at a cusp each step removes a fixed share of it). The polish may move
@@ -267,8 +267,8 @@ bool barPolishIterate(MXL_context *ctx, BarrierState &b, double tol, double reac
     ++b.polishSteps;
     if (ctx->opt.debug > 0)
       mxl_printf(ctx, "Polish %2d: ||c|| = %.3e, objective %.10e\n", k, b.cNorm, b.fObj / b.objScale);
-    if (barRelChange(b, f0, b.fObj) > reach) return false;
-    if (barRelChange(b, fPrev, b.fObj) <= 0.5 * tol) return true;
+    if (barRelative(b, std::fabs(b.fObj - f0), f0) > reach) return false;
+    if (barRelative(b, std::fabs(b.fObj - fPrev), fPrev) <= 0.5 * tol) return true;
   }
   return false;
 }
@@ -303,6 +303,19 @@ bool barBestBeatsPolished(MXL_context *ctx, const BarrierState &b, double price)
   return b.objSign * (f - best.bestObj) > 2.0 * price * best.bestFeasErr;
 }
 
+// Errors and multipliers of the polished point; whether it is kept: no
+// less feasible, and an objective that got worse must have bought
+// feasibility.
+bool barPolishKeeps(MXL_context *ctx, BarrierState &b, const BarPolishSave &save, double tol, double *opt) {
+  *opt = barPolishMultipliers(ctx, b, save.lambda);
+  b.feasErr = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
+  b.feasErrPre = getFeasErrPre(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
+  b.feasibleNow = isFeasible(ctx, errModelApp(ctx), b.xApp.data(), b.cApp.data(), b.feasErr, b.tolFeas);
+  if (!b.feasibleNow || b.feasErr > save.feasErr) return false;
+  const double worse = barRelative(b, b.fObj - save.fObj, save.fObj);  // the method minimises
+  return worse <= tol || b.feasErr < 0.1 * save.feasErr;
+}
+
 }  // namespace
 
 // Polishes the current point once. A converged point (always false) is
@@ -323,16 +336,7 @@ int barrierPolishDegenerate(MXL_context *ctx, BarrierState &b, bool always) {
   save.take(b);
   bool kept = barPolishIterate(ctx, b, tol, always ? std::max(10.0 * gain0, 1e-2) : 10.0 * gain0);
   double opt = 0.0;
-  if (kept) {
-    opt = barPolishMultipliers(ctx, b, save.lambda);
-    b.feasErr = getFeasErrApp(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
-    b.feasErrPre = getFeasErrPre(ctx, b.xApp.data(), b.cApp.data(), nullptr, nullptr, nullptr);
-    b.feasibleNow = isFeasible(ctx, errModelApp(ctx), b.xApp.data(), b.cApp.data(), b.feasErr, b.tolFeas);
-    kept = b.feasibleNow && b.feasErr <= save.feasErr;
-    // An objective that got worse must have bought feasibility.
-    const double worse = (b.fObj - save.fObj) / b.objScale;  // the method minimises
-    if (worse > tol * std::max(1.0, std::fabs(save.fObj / b.objScale)) && !(b.feasErr < 0.1 * save.feasErr)) kept = false;
-  }
+  if (kept) kept = barPolishKeeps(ctx, b, save, tol, &opt);
   b.cg.factoredHere = false;
   if (!kept) {
     save.give(b);

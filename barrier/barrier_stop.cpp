@@ -1,8 +1,6 @@
 // The stop test of the barrier method: errors in the terms of the model as
 // given, the test of the barrier subproblem, and the limits that end a solve.
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <cmath>
 #include <vector>
 
@@ -301,11 +299,6 @@ bool barTinyStep(const BarrierState &b) {
   return true;
 }
 
-// Feasible steps that move the point by less than 1e-8 of its size, or
-// keep the barrier parameter, and over the run do not cut the error by a
-// tenth: a trust region held small by a slack that closes at a cusp moves
-// the point 1e-9 per step for ever, or cycles at one parameter. (A slow
-// barrier rule still gains more than that in fifty steps.)
 // One run counter: zero when the step breaks the run, restarted when the
 // feasibility or the optimality error falls by a tenth from where the run
 // began (a slow run trades one for the other).
@@ -322,6 +315,11 @@ void barRunCount(const BarrierState &b, bool inRun, int &run, double start[2]) {
   ++run;
 }
 
+// Feasible steps that move the point by less than 1e-8 of its size, or
+// keep the barrier parameter, and over the run cut neither error by a
+// tenth: a trust region held small by a slack that closes at a cusp moves
+// the point 1e-9 per step for ever, or cycles at one parameter. (A slow
+// barrier rule still gains more than that in fifty steps.)
 void barCreepCounter(BarrierState &b) {
   double step = 0.0;
   for (int i = 0; i < b.nX; ++i) step += b.d[i] * b.d[i];
